@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QString>
+#include <QVariant>
+
+#include <memory>
+
+class QObject;
+
+namespace MGImport8 {
+
+class Engine;
+class ImportColumn;
+class ImportRow;
+class ImportType;
+
+/// The library's own door to members that hosts must not reach: raising the engine's events,
+/// building rows, the mapping choice list and the slot a method keeps for the wizard. The public
+/// classes befriend it; it is neither installed nor exported, so only code inside the library can
+/// call it.
+class LibraryAccess
+{
+public:
+    // Engine
+    static QString ColumnChoices(const Engine &engine);
+    static void FireNewRow(Engine &engine, ImportRow *row, QString &status, bool &skip);
+    static void FireImportComplete(Engine &engine);
+
+    // ImportRow
+    static ImportColumn *AddColumn(ImportRow &row, const QString &column, const QVariant &data);
+
+    // ImportType
+    static std::shared_ptr<QObject> attachedObject(const ImportType &method);
+    static void setAttachedObject(ImportType &method, std::shared_ptr<QObject> object);
+};
+
+} // namespace MGImport8

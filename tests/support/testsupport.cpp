@@ -1,0 +1,49 @@
+#include "testsupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace MGImport8::Test {
+
+QString corpusDir()
+{
+    const QString dir = qEnvironmentVariable("MGIMPORT8_CORPUS_DIR");
+    if (dir.isEmpty() || !QDir(dir).exists())
+        return {};
+    return QDir(dir).canonicalPath();
+}
+
+TempFolder::TempFolder()
+{
+    if (!m_dir.isValid())
+        ADD_FAILURE() << "cannot create a temporary folder: " << m_dir.errorString().toStdString();
+}
+
+QString TempFolder::write(const QString &name, const QByteArray &content) const
+{
+    const QString path = m_dir.filePath(name);
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        ADD_FAILURE() << "cannot write " << path.toStdString();
+    return path;
+}
+
+ScopedEnv::ScopedEnv(const char *name, const QByteArray &value)
+    : m_name(name)
+    , m_old(qgetenv(name))
+    , m_had(qEnvironmentVariableIsSet(name))
+{
+    qputenv(name, value);
+}
+
+ScopedEnv::~ScopedEnv()
+{
+    if (m_had)
+        qputenv(m_name.constData(), m_old);
+    else
+        qunsetenv(m_name.constData());
+}
+
+} // namespace MGImport8::Test

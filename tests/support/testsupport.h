@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace MGImport8::Test {
+
+/// The folder of third-party test files, or an empty string when it is not there. Tests that need
+/// it call MGIMPORT8_REQUIRE_CORPUS() first.
+QString corpusDir();
+
+/// A fresh temporary folder for one test, removed afterwards.
+class TempFolder
+{
+public:
+    TempFolder();
+    QString path() const { return m_dir.path(); }
+    /// Writes `content` to `name` inside the folder and returns the full path.
+    QString write(const QString &name, const QByteArray &content) const;
+
+private:
+    QTemporaryDir m_dir;
+};
+
+/// Sets an environment variable for the lifetime of the object and restores it afterwards.
+class ScopedEnv
+{
+public:
+    ScopedEnv(const char *name, const QByteArray &value);
+    ~ScopedEnv();
+    ScopedEnv(const ScopedEnv &) = delete;
+    ScopedEnv &operator=(const ScopedEnv &) = delete;
+
+private:
+    QByteArray m_name;
+    QByteArray m_old;
+    bool m_had;
+};
+
+} // namespace MGImport8::Test
+
+#define MGIMPORT8_REQUIRE_CORPUS()                                                                 \
+    do {                                                                                           \
+        if (::MGImport8::Test::corpusDir().isEmpty())                                              \
+            GTEST_SKIP() << "third-party test files (shared/corpus) are not present here";         \
+    } while (false)

@@ -1,0 +1,65 @@
+#include "methodscommand.h"
+#include "output.h"
+
+#include <QCoreApplication>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8::Tool {
+
+QTextStream &out()
+{
+    static QTextStream stream(stdout);
+    return stream;
+}
+
+QTextStream &err()
+{
+    static QTextStream stream(stderr);
+    return stream;
+}
+
+namespace {
+
+constexpr int UsageError = 2;
+
+void printUsage(QTextStream &stream)
+{
+    stream << "Usage: mgimport8 COMMAND [OPTIONS]\n"
+              "\n"
+              "Commands:\n"
+              "  methods [--json]   List the import methods as the Import Wizard loads them\n"
+              "                     from the *.ImportMethods files beside the library and in\n"
+              "                     the folders of MGIMPORT8_METHODS_PATH.\n"
+              "\n"
+              "Run 'mgimport8 COMMAND --help' for a command's options.\n";
+}
+
+} // namespace
+
+} // namespace MGImport8::Tool
+
+int main(int argc, char **argv)
+{
+    using namespace MGImport8::Tool;
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(u"mgimport8"_s);
+
+    QStringList arguments = QCoreApplication::arguments();
+    const QString command = arguments.value(1);
+    int status = UsageError;
+    if (command == "methods"_L1) {
+        arguments.removeAt(1);
+        status = runMethods(arguments);
+    } else if (command == "--help"_L1 || command == "-h"_L1 || command == "help"_L1) {
+        printUsage(out());
+        status = 0;
+    } else {
+        if (!command.isEmpty())
+            err() << "mgimport8: unknown command '" << command << "'\n\n";
+        printUsage(err());
+    }
+    out().flush();
+    err().flush();
+    return status;
+}

@@ -1,0 +1,183 @@
+#include "methodscommand.h"
+
+#include "methods/catalogueloader.h"
+#include "output.h"
+
+#include <MGImport8/importtypes.h>
+
+#include <QCommandLineParser>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8::Tool {
+
+namespace {
+
+constexpr int AllLoaded = 0;
+constexpr int SomeFileFailed = 1;
+constexpr int UsageError = 2;
+
+QJsonObject methodToJson(const ImportType &method)
+{
+    QJsonObject object;
+    object[u"Name"_s] = method.Name();
+    object[u"Enabled"_s] = method.Enabled();
+    object[u"Method"_s] = method.Method();
+    object[u"Description"_s] = method.Description();
+    object[u"Icon"_s] = method.Icon();
+    object[u"SelectFileTitle"_s] = method.SelectFileTitle();
+    object[u"SelectFileDescription"_s] = method.SelectFileDescription();
+    object[u"Pattern"_s] = method.Pattern();
+    object[u"Table"_s] = method.Table();
+    object[u"Delimiter"_s] = method.Delimiter();
+    object[u"FieldMap"_s] = method.FieldMap();
+    object[u"Panels"_s] = method.HasPanelList() ? QJsonValue(QJsonArray::fromStringList(method.Panels()))
+                                                : QJsonValue(QJsonValue::Null);
+    return object;
+}
+
+void printJson(const ImportTypes &catalogue)
+{
+    QJsonArray methods;
+    for (const ImportType *method : catalogue)
+        methods.append(methodToJson(*method));
+    // QJsonObject sorts its keys; the keys are written by hand so LastError comes first.
+    const QByteArray lastError = QJsonDocument(QJsonArray{catalogue.LastError()})
+                                     .toJson(QJsonDocument::Compact)
+                                     .mid(1)
+                                     .chopped(1);
+    QByteArray list = QJsonDocument(methods).toJson(QJsonDocument::Indented).trimmed();
+    list.replace("\n", "\n  ");
+    out() << "{\n  \"LastError\": " << QString::fromUtf8(lastError) << ",\n  \"Methods\": "
+          << QString::fromUtf8(list) << "\n}\n";
+}
+
+// Delimiters are mostly invisible characters; show them the way they are typed.
+QString visibleDelimiters(const QString &delimiter)
+{
+    QString shown;
+    for (QChar c : delimiter) {
+        if (c == u'\t')
+            shown += u"\\t"_s;
+        else if (c == u' ')
+            shown += u"\\s"_s;
+        else
+            shown += c;
+    }
+    return shown;
+}
+
+QString panelsText(const ImportType &method)
+{
+    if (!method.HasPanelList())
+        return u"(no PANELS: the wizard cannot navigate this method)"_s;
+    if (method.Panels().isEmpty())
+        return u"(none)"_s;
+    return method.Panels().join(u',');
+}
+
+void printTable(const ImportTypes &catalogue, const QStringList &folders,
+                const QList<CatalogueLoader::FileReport> &reports)
+{
+    const QStringList headers = {u"#"_s, u"Name"_s, u"Enabled"_s, u"Method"_s, u"Icon"_s,
+                                 u"Delimiter"_s, u"Panels"_s};
+    QList<QStringList> rows;
+    int position = 0;
+    for (const ImportType *method : catalogue) {
+        rows.append({QString::number(++position), method->Name(),
+                     method->Enabled() ? u"yes"_s : u"no"_s, method->Method(), method->Icon(),
+                     visibleDelimiters(method->Delimiter()), panelsText(*method)});
+    }
+
+    QList<qsizetype> widths;
+    for (const QString &header : headers)
+        widths.append(header.size());
+    for (const QStringList &row : std::as_const(rows)) {
+        for (qsizetype i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], row[i].size());
+    }
+    auto printRow = [&](const QStringList &row) {
+        QString line;
+        for (qsizetype i = 0; i < row.size(); ++i)
+            line += i + 1 < row.size() ? row[i].leftJustified(widths[i] + 2) : row[i];
+        out() << line << '\n';
+    };
+
+    out() << "Import methods: " << catalogue.Count() << '\n';
+    if (!rows.isEmpty()) {
+        out() << '\n';
+        printRow(headers);
+        for (const QStringList &row : std::as_const(rows))
+            printRow(row);
+    }
+
+    out() << "\nFolders searched:\n";
+    for (const QString &folder : folders)
+        out() << "  " << folder << '\n';
+
+    if (!reports.isEmpty()) {
+        out() << "\nMethod files:\n";
+        for (const CatalogueLoader::FileReport &report : reports) {
+            out() << "  " << report.path << '\n';
+            if (!report.loaded) {
+                out() << "    not loaded: " << report.problem << '\n';
+                continue;
+            }
+            out() << "    methods added: "
+                  << (report.added.isEmpty() ? u"none"_s : report.added.join(u", "_s)) << '\n';
+            if (!report.duplicates.isEmpty())
+                out() << "    already loaded, ignored: " << report.duplicates.join(u", "_s) << '\n';
+            if (report.unnamed > 0)
+                out() << "    ImportMethod elements without NAME, ignored: " << report.unnamed << '\n';
+        }
+    }
+
+    if (!catalogue.LastError().isEmpty())
+        out() << "\nLastError: " << forTerminal(catalogue.LastError()).trimmed() << '\n';
+}
+
+} // namespace
+
+int runMethods(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"Lists the import methods as the Import Wizard loads them: every *.ImportMethods file "
+        "beside the library, then those in the folders of MGIMPORT8_METHODS_PATH."_s);
+    parser.addHelpOption();
+    const QCommandLineOption json(u"json"_s, u"Print one JSON object instead of a table."_s);
+    parser.addOption(json);
+    if (!parser.parse(arguments)) {
+        err() << "mgimport8 methods: " << parser.errorText() << '\n';
+        return UsageError;
+    }
+    if (parser.isSet(u"help"_s)) {
+        out() << parser.helpText().replace("mgimport8 [options]"_L1, "mgimport8 methods [options]"_L1);
+        return AllLoaded;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        err() << "mgimport8 methods: unexpected argument '" << parser.positionalArguments().first()
+              << "'\n";
+        return UsageError;
+    }
+
+    ImportTypes catalogue;
+    QList<CatalogueLoader::FileReport> reports;
+    CatalogueLoader::Load(catalogue, &reports);
+
+    if (parser.isSet(json))
+        printJson(catalogue);
+    else
+        printTable(catalogue, CatalogueLoader::methodFolders(), reports);
+
+    const bool failed = std::any_of(reports.cbegin(), reports.cend(),
+                                    [](const auto &report) { return !report.loaded; });
+    return failed ? SomeFileFailed : AllLoaded;
+}
+
+} // namespace MGImport8::Tool
