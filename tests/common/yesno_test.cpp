@@ -1,6 +1,8 @@
 // Yes/no words: every accepted spelling in any case, and near misses that must read as no.
 #include "common/yesno.h"
 
+#include <QString>
+
 #include <gtest/gtest.h>
 
 using MGImport8::IsTrue;
