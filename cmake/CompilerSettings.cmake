@@ -3,8 +3,11 @@
 
 set(MGIMPORT8_WARNINGS
     -Wall -Wextra -Wnon-virtual-dtor -Woverloaded-virtual -Wsuggest-override
-    -Wzero-as-null-pointer-constant -Werror=return-type -Wshadow=local -Wcast-align
-    -Wformat=2 -Wimplicit-fallthrough)
+    -Wzero-as-null-pointer-constant -Werror=return-type -Wcast-align -Wformat=2
+    -Wimplicit-fallthrough)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    list(APPEND MGIMPORT8_WARNINGS -Wshadow=local)
+endif()
 
 set(MGIMPORT8_QT_DEFINES
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY

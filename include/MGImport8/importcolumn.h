@@ -4,9 +4,9 @@
 
 #include <QObject>
 
-#include <memory>
 #include <QString>
 #include <QVariant>
+#include <memory>
 
 namespace MGImport8 {
 

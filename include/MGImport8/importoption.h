@@ -4,8 +4,8 @@
 
 #include <QObject>
 
-#include <memory>
 #include <QString>
+#include <memory>
 
 namespace MGImport8 {
 

@@ -51,21 +51,66 @@ Engine::Engine(QObject *parent)
 
 Engine::~Engine() = default;
 
-QString Engine::Title() const { return d->title; }
-void Engine::setTitle(const QString &Title) { d->title = Title; }
-QString Engine::Description() const { return d->description; }
-void Engine::setDescription(const QString &Description) { d->description = Description; }
-int Engine::ForeColorSel() const { return d->foreColorSel; }
-void Engine::setForeColorSel(int ForeColorSel) { d->foreColorSel = ForeColorSel; }
-int Engine::BackColorSel() const { return d->backColorSel; }
-void Engine::setBackColorSel(int BackColorSel) { d->backColorSel = BackColorSel; }
-QString Engine::RequiredColumns() const { return d->requiredColumns; }
-void Engine::setRequiredColumns(const QString &RequiredColumns) { d->requiredColumns = RequiredColumns; }
-QString Engine::Columns() const { return d->columns; }
-void Engine::setColumns(const QString &Columns) { d->columns = Columns; }
-QString Engine::IPColumn() const { return d->ipColumn; }
-void Engine::setIPColumn(const QString &IPColumn) { d->ipColumn = IPColumn; }
-MGImport8::ImportOptions *Engine::ImportOptions() const { return d->options; }
+QString Engine::Title() const
+{
+    return d->title;
+}
+void Engine::setTitle(const QString &Title)
+{
+    d->title = Title;
+}
+QString Engine::Description() const
+{
+    return d->description;
+}
+void Engine::setDescription(const QString &Description)
+{
+    d->description = Description;
+}
+int Engine::ForeColorSel() const
+{
+    return d->foreColorSel;
+}
+void Engine::setForeColorSel(int ForeColorSel)
+{
+    d->foreColorSel = ForeColorSel;
+}
+int Engine::BackColorSel() const
+{
+    return d->backColorSel;
+}
+void Engine::setBackColorSel(int BackColorSel)
+{
+    d->backColorSel = BackColorSel;
+}
+QString Engine::RequiredColumns() const
+{
+    return d->requiredColumns;
+}
+void Engine::setRequiredColumns(const QString &RequiredColumns)
+{
+    d->requiredColumns = RequiredColumns;
+}
+QString Engine::Columns() const
+{
+    return d->columns;
+}
+void Engine::setColumns(const QString &Columns)
+{
+    d->columns = Columns;
+}
+QString Engine::IPColumn() const
+{
+    return d->ipColumn;
+}
+void Engine::setIPColumn(const QString &IPColumn)
+{
+    d->ipColumn = IPColumn;
+}
+MGImport8::ImportOptions *Engine::ImportOptions() const
+{
+    return d->options;
+}
 
 bool Engine::StartWizard(QObject *Parent)
 {

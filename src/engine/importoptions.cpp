@@ -18,12 +18,30 @@ ImportOption::ImportOption(QObject *parent)
 
 ImportOption::~ImportOption() = default;
 
-QString ImportOption::Name() const { return d->name; }
-void ImportOption::setName(const QString &Name) { d->name = Name; }
-bool ImportOption::Value() const { return d->value; }
-void ImportOption::setValue(bool Value) { d->value = Value; }
-QString ImportOption::Caption() const { return d->caption; }
-void ImportOption::setCaption(const QString &Caption) { d->caption = Caption; }
+QString ImportOption::Name() const
+{
+    return d->name;
+}
+void ImportOption::setName(const QString &Name)
+{
+    d->name = Name;
+}
+bool ImportOption::Value() const
+{
+    return d->value;
+}
+void ImportOption::setValue(bool Value)
+{
+    d->value = Value;
+}
+QString ImportOption::Caption() const
+{
+    return d->caption;
+}
+void ImportOption::setCaption(const QString &Caption)
+{
+    d->caption = Caption;
+}
 
 struct ImportOptions::Private
 {

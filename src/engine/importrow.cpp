@@ -18,10 +18,22 @@ ImportColumn::ImportColumn(QObject *parent)
 
 ImportColumn::~ImportColumn() = default;
 
-QString ImportColumn::Column() const { return d->column; }
-void ImportColumn::setColumn(const QString &Column) { d->column = Column; }
-QVariant ImportColumn::Data() const { return d->data; }
-void ImportColumn::setData(const QVariant &Data) { d->data = Data; }
+QString ImportColumn::Column() const
+{
+    return d->column;
+}
+void ImportColumn::setColumn(const QString &Column)
+{
+    d->column = Column;
+}
+QVariant ImportColumn::Data() const
+{
+    return d->data;
+}
+void ImportColumn::setData(const QVariant &Data)
+{
+    d->data = Data;
+}
 
 struct ImportRow::Private
 {

@@ -83,6 +83,13 @@ QString describeParseError(const QByteArray &buffer, const pugi::xml_parse_resul
            % u")"_s;
 }
 
+// The message keeps its established wording; the reason goes to the file report, since the
+// description after the line break has always been empty for files that fail to load.
+QString cannotLoadMessage(const QString &path)
+{
+    return u"Cannot load Import Methods from ("_s % path % u")\r\n"_s;
+}
+
 } // namespace
 
 QStringList CatalogueLoader::methodFolders()
@@ -145,23 +152,30 @@ CatalogueLoader::FileReport CatalogueLoader::LoadFile(ImportTypes &catalogue, co
         buffer = file.read(MaxFileBytes + 1);
         if (file.error() != QFileDevice::NoError)
             report.problem = file.errorString();
-    }
-
-    pugi::xml_document document;
-    if (report.problem.isEmpty()) {
-        const pugi::xml_encoding encoding = prepareBuffer(buffer);
-        const pugi::xml_parse_result parsed = document.load_buffer(buffer.constData(),
-                                                                   size_t(buffer.size()),
-                                                                   pugi::parse_default, encoding);
-        if (!parsed)
-            report.problem = describeParseError(buffer, parsed, encoding);
+        else if (buffer.size() > MaxFileBytes) // grew while we looked
+            report.problem = u"the file is larger than %1 MiB"_s.arg(MaxFileBytes / (1024 * 1024));
     }
 
     if (!report.problem.isEmpty()) {
-        // The message keeps its established wording; the parser's reason goes to the report,
-        // since the description that follows the line break has always been empty for files that
-        // merely fail to parse.
-        catalogue.d->lastError = u"Cannot load Import Methods from ("_s % path % u")\r\n"_s;
+        catalogue.d->lastError = cannotLoadMessage(path);
+        return report;
+    }
+    return LoadBuffer(catalogue, std::move(buffer), path);
+}
+
+CatalogueLoader::FileReport CatalogueLoader::LoadBuffer(ImportTypes &catalogue, QByteArray buffer,
+                                                        const QString &path)
+{
+    FileReport report;
+    report.path = path;
+    pugi::xml_document document;
+    const pugi::xml_encoding encoding = prepareBuffer(buffer);
+    const pugi::xml_parse_result parsed = document.load_buffer(buffer.constData(),
+                                                               size_t(buffer.size()),
+                                                               pugi::parse_default, encoding);
+    if (!parsed) {
+        report.problem = describeParseError(buffer, parsed, encoding);
+        catalogue.d->lastError = cannotLoadMessage(path);
         return report;
     }
 

@@ -50,6 +50,9 @@ public:
     /// Loads one file. On failure sets `LastError` and leaves the catalogue as it was.
     static FileReport LoadFile(ImportTypes &catalogue, const QString &path);
 
+    /// Loads method definitions held in memory; `path` names them in messages.
+    static FileReport LoadBuffer(ImportTypes &catalogue, QByteArray buffer, const QString &path);
+
     /// Reads one `ImportMethod` element into a method; true when the method got a name.
     static bool ReadMethod(ImportType &method, const pugi::xml_node &node);
 };

@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 
-
 namespace MGImport8 {
 
 struct ImportType::Private

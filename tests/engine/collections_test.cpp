@@ -82,7 +82,8 @@ TEST(ImportRow, ScriptHostsReachItemsThroughTheMetaObject)
     ImportRow row;
     addColumns(row, {u"IP"});
     MGImport8::ImportColumn *column = nullptr;
-    ASSERT_TRUE(QMetaObject::invokeMethod(&row, "Item", Q_RETURN_ARG(MGImport8::ImportColumn *, column),
+    ASSERT_TRUE(QMetaObject::invokeMethod(&row, "Item",
+                                          Q_RETURN_ARG(MGImport8::ImportColumn *, column),
                                           Q_ARG(QVariant, QVariant(u"ip"_s))));
     ASSERT_NE(column, nullptr);
     EXPECT_EQ(column->property("Column").toString(), u"IP"_s);

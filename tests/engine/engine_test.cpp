@@ -52,8 +52,10 @@ TEST(Engine, NewEngineHasTheDocumentedDefaults)
 {
     Engine engine;
     EXPECT_EQ(engine.Title(), u"Import Wizard"_s);
-    EXPECT_TRUE(engine.Description().startsWith(u"This Import Wizard will assist you in importing Nodes."_s));
-    EXPECT_TRUE(engine.Description().endsWith(u"Quellscan discovery database, or other databases."_s));
+    EXPECT_TRUE(engine.Description().startsWith(
+        u"This Import Wizard will assist you in importing Nodes."_s));
+    EXPECT_TRUE(
+        engine.Description().endsWith(u"Quellscan discovery database, or other databases."_s));
     EXPECT_EQ(engine.ForeColorSel(), 16711680);
     EXPECT_EQ(engine.BackColorSel(), 16763080);
     EXPECT_TRUE(engine.RequiredColumns().isEmpty());
@@ -87,7 +89,8 @@ TEST(Engine, MetaObjectListsMembersInInterfaceOrder)
     EXPECT_EQ(methodSignatures(meta, QMetaMethod::Method),
               (QStringList{u"StartWizard(QObject*)"_s, u"StartWizard()"_s, u"Import(QString)"_s}));
     EXPECT_EQ(methodSignatures(meta, QMetaMethod::Signal),
-              (QStringList{u"NewRow(MGImport8::ImportRow*,QString&,bool&)"_s, u"ImportComplete()"_s}));
+              (QStringList{u"NewRow(MGImport8::ImportRow*,QString&,bool&)"_s,
+                           u"ImportComplete()"_s}));
 }
 
 TEST(Engine, ImportOptionsIsOneCollectionForTheEngineLifetime)
@@ -95,7 +98,8 @@ TEST(Engine, ImportOptionsIsOneCollectionForTheEngineLifetime)
     Engine engine;
     MGImport8::ImportOptions *first = engine.ImportOptions();
     first->Add(u"Overwrite"_s, u"Overwrite existing nodes"_s);
-    MGImport8::ImportOptions *second = engine.property("ImportOptions").value<MGImport8::ImportOptions *>();
+    MGImport8::ImportOptions *second = engine.property("ImportOptions")
+                                           .value<MGImport8::ImportOptions *>();
     ASSERT_EQ(first, second);
     EXPECT_EQ(second->Count(), 1);
     EXPECT_EQ(second->Item(u"overwrite"_s)->Caption(), u"Overwrite existing nodes"_s);
@@ -160,7 +164,7 @@ TEST(Engine, StringBasedConnectionsSeeThePublicSignature)
     Engine engine;
     QObject receiver;
     EXPECT_TRUE(QObject::connect(&engine, SIGNAL(ImportComplete()), &receiver, SLOT(deleteLater())));
-    QSignalSpy spy(&engine, SIGNAL(NewRow(MGImport8::ImportRow*,QString&,bool&)));
+    QSignalSpy spy(&engine, SIGNAL(NewRow(MGImport8::ImportRow *, QString &, bool &)));
     EXPECT_TRUE(spy.isValid());
 }
 

@@ -16,13 +16,15 @@ int main()
 #elif defined(CALL_FireImportComplete)
     engine.FireImportComplete();
 #elif defined(CALL_EmitNewRow)
-    emit engine.NewRow(&row, status, skip, {});
+    emit engine.NewRow(&row, status, skip);
 #elif defined(CALL_EmitImportComplete)
-    emit engine.ImportComplete({});
+    emit engine.ImportComplete();
 #elif defined(CALL_SetColumn)
     row.Item(1)->setColumn(QStringLiteral("IP"));
 #elif defined(CALL_SetOptionName)
-    engine.ImportOptions()->Add(QStringLiteral("A"), QStringLiteral("a"))->setName(QStringLiteral("B"));
+    engine.ImportOptions()
+        ->Add(QStringLiteral("A"), QStringLiteral("a"))
+        ->setName(QStringLiteral("B"));
 #elif defined(CALL_RowAdd)
     row.Add(QStringLiteral("IP"), QStringLiteral("10.0.0.1"));
 #elif defined(CALL_NewColumn)

@@ -8,7 +8,6 @@
 #include <QCommandLineParser>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 
 #include <algorithm>
 
@@ -22,39 +21,50 @@ constexpr int AllLoaded = 0;
 constexpr int SomeFileFailed = 1;
 constexpr int UsageError = 2;
 
-QJsonObject methodToJson(const ImportType &method)
+// One JSON string, escaped as JSON requires.
+QString jsonString(const QString &text)
 {
-    QJsonObject object;
-    object[u"Name"_s] = method.Name();
-    object[u"Enabled"_s] = method.Enabled();
-    object[u"Method"_s] = method.Method();
-    object[u"Description"_s] = method.Description();
-    object[u"Icon"_s] = method.Icon();
-    object[u"SelectFileTitle"_s] = method.SelectFileTitle();
-    object[u"SelectFileDescription"_s] = method.SelectFileDescription();
-    object[u"Pattern"_s] = method.Pattern();
-    object[u"Table"_s] = method.Table();
-    object[u"Delimiter"_s] = method.Delimiter();
-    object[u"FieldMap"_s] = method.FieldMap();
-    object[u"Panels"_s] = method.HasPanelList() ? QJsonValue(QJsonArray::fromStringList(method.Panels()))
-                                                : QJsonValue(QJsonValue::Null);
-    return object;
+    const QByteArray array = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
+    return QString::fromUtf8(array.mid(1).chopped(1));
+}
+
+// Written by hand rather than through QJsonObject, which sorts its keys: the fields come in the
+// order of the method record, as an administrator reads them.
+QString methodToJson(const ImportType &method)
+{
+    QStringList panels;
+    for (const QString &panel : method.Panels())
+        panels.append(jsonString(panel));
+    const QList<std::pair<const char *, QString>> fields = {
+        {"Name", jsonString(method.Name())},
+        {"Enabled", method.Enabled() ? u"true"_s : u"false"_s},
+        {"Method", jsonString(method.Method())},
+        {"Description", jsonString(method.Description())},
+        {"Icon", jsonString(method.Icon())},
+        {"SelectFileTitle", jsonString(method.SelectFileTitle())},
+        {"SelectFileDescription", jsonString(method.SelectFileDescription())},
+        {"Pattern", jsonString(method.Pattern())},
+        {"Table", jsonString(method.Table())},
+        {"Delimiter", jsonString(method.Delimiter())},
+        {"FieldMap", jsonString(method.FieldMap())},
+        {"Panels", method.HasPanelList() ? u"["_s + panels.join(u", "_s) + u"]"_s : u"null"_s},
+    };
+    QStringList lines;
+    for (const auto &[key, value] : fields)
+        lines.append(u"      \""_s + QString::fromLatin1(key) + u"\": "_s + value);
+    return u"    {\n"_s + lines.join(u",\n"_s) + u"\n    }"_s;
 }
 
 void printJson(const ImportTypes &catalogue)
 {
-    QJsonArray methods;
+    QStringList methods;
     for (const ImportType *method : catalogue)
         methods.append(methodToJson(*method));
-    // QJsonObject sorts its keys; the keys are written by hand so LastError comes first.
-    const QByteArray lastError = QJsonDocument(QJsonArray{catalogue.LastError()})
-                                     .toJson(QJsonDocument::Compact)
-                                     .mid(1)
-                                     .chopped(1);
-    QByteArray list = QJsonDocument(methods).toJson(QJsonDocument::Indented).trimmed();
-    list.replace("\n", "\n  ");
-    out() << "{\n  \"LastError\": " << QString::fromUtf8(lastError) << ",\n  \"Methods\": "
-          << QString::fromUtf8(list) << "\n}\n";
+    out() << "{\n  \"LastError\": " << jsonString(catalogue.LastError()) << ",\n  \"Methods\": ";
+    if (methods.isEmpty())
+        out() << "[]\n}\n";
+    else
+        out() << "[\n" << methods.join(u",\n"_s) << "\n  ]\n}\n";
 }
 
 // Delimiters are mostly invisible characters; show them the way they are typed.
@@ -84,8 +94,8 @@ QString panelsText(const ImportType &method)
 void printTable(const ImportTypes &catalogue, const QStringList &folders,
                 const QList<CatalogueLoader::FileReport> &reports)
 {
-    const QStringList headers = {u"#"_s, u"Name"_s, u"Enabled"_s, u"Method"_s, u"Icon"_s,
-                                 u"Delimiter"_s, u"Panels"_s};
+    const QStringList headers = {u"#"_s,    u"Name"_s,      u"Enabled"_s, u"Method"_s,
+                                 u"Icon"_s, u"Delimiter"_s, u"Panels"_s};
     QList<QStringList> rows;
     int position = 0;
     for (const ImportType *method : catalogue) {
@@ -133,7 +143,8 @@ void printTable(const ImportTypes &catalogue, const QStringList &folders,
             if (!report.duplicates.isEmpty())
                 out() << "    already loaded, ignored: " << report.duplicates.join(u", "_s) << '\n';
             if (report.unnamed > 0)
-                out() << "    ImportMethod elements without NAME, ignored: " << report.unnamed << '\n';
+                out() << "    ImportMethod elements without NAME, ignored: " << report.unnamed
+                      << '\n';
         }
     }
 
@@ -157,7 +168,8 @@ int runMethods(const QStringList &arguments)
         return UsageError;
     }
     if (parser.isSet(u"help"_s)) {
-        out() << parser.helpText().replace("mgimport8 [options]"_L1, "mgimport8 methods [options]"_L1);
+        out() << parser.helpText().replace("mgimport8 [options]"_L1,
+                                           "mgimport8 methods [options]"_L1);
         return AllLoaded;
     }
     if (!parser.positionalArguments().isEmpty()) {

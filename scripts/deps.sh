@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Installs the Debian 12 packages that building, testing and fuzzing MGImport8 need, when they are
+# missing. Safe to run again: it installs nothing that is already there.
+set -euo pipefail
+
+packages=(
+    # toolchain
+    cmake ninja-build g++ pkg-config git
+    # libraries
+    qt6-base-dev libpugixml-dev
+    # tests, fuzzing, formatting
+    libgtest-dev libgmock-dev clang libclang-rt-14-dev clang-format
+)
+
+missing=()
+for package in "${packages[@]}"; do
+    if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed"; then
+        missing+=("$package")
+    fi
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "Installing: ${missing[*]}"
+sudo=()
+[ "$(id -u)" -eq 0 ] || sudo=(sudo)
+export DEBIAN_FRONTEND=noninteractive
+"${sudo[@]}" apt-get update -qq
+"${sudo[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}"

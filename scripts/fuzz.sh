@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer targets with clang in build-fuzz/ and runs each for a bounded time from its
+# seed corpus. New inputs go to a scratch folder, never into fuzz/corpus/.
+# usage: scripts/fuzz.sh [SECONDS-PER-TARGET]   (default 30)
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+seconds=${1:-30}
+build="$root/build-fuzz"
+"$root/scripts/deps.sh"
+CC=clang CXX=clang++ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DMGIMPORT8_FUZZ=ON -DMGIMPORT8_BUILD_TESTS=OFF >/dev/null
+targets=(registry methods)
+cmake --build "$build" --parallel "$(nproc)" --target "${targets[@]/%/_fuzz}"
+
+export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"
+export LSAN_OPTIONS="suppressions=$root/tests/lsan.supp:print_suppressions=0"
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+for target in "${targets[@]}"; do
+    mkdir -p "$scratch/$target"
+    echo "fuzzing $target for ${seconds}s"
+    (cd "$scratch" && "$build/fuzz/${target}_fuzz" "$scratch/$target" "$root/fuzz/corpus/$target" \
+        -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 2>&1 \
+        | grep -E 'stat::number_of_executed_units|ERROR|SUMMARY|Done' || true)
+    # libFuzzer exits non-zero and leaves a crash-* or leak-* file when it finds something.
+    if compgen -G "$scratch/crash-*" >/dev/null || compgen -G "$scratch/leak-*" >/dev/null \
+        || compgen -G "$scratch/timeout-*" >/dev/null || compgen -G "$scratch/oom-*" >/dev/null; then
+        echo "fuzzer $target found a failing input:"; ls "$scratch"
+        exit 1
+    fi
+done
+echo "fuzzing passed"

@@ -1,0 +1,322 @@
+// The catalogue: which files it reads and in what order, which elements become methods, what a
+// bad file leaves in LastError and that it never stops the scan, encodings that Windows editors
+// write, bounds on absurd input, and the method files we ship.
+#include "methods/catalogueloader.h"
+
+#include "testsupport.h"
+
+#include <MGImport8/importtypes.h>
+
+#include <QDir>
+#include <QStringConverter>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using MGImport8::CatalogueLoader;
+using MGImport8::ImportTypes;
+using MGImport8::Test::ScopedEnv;
+using MGImport8::Test::TempFolder;
+
+namespace {
+
+QByteArray methodsFile(const QByteArray &methods)
+{
+    return "<?xml version=\"1.0\"?>\n<ImportMethods>\n" + methods + "</ImportMethods>\n";
+}
+
+QByteArray method(const QByteArray &name, const QByteArray &extra = {})
+{
+    return "  <ImportMethod NAME=\"" + name + "\" DISABLED=\"NO\" PANELS=\"MethodPanel\" " + extra
+           + "/>\n";
+}
+
+QStringList names(const ImportTypes &catalogue)
+{
+    QStringList result;
+    for (const MGImport8::ImportType *m : catalogue)
+        result.append(m->Name());
+    return result;
+}
+
+QString cannotLoad(const QString &path)
+{
+    return u"Cannot load Import Methods from ("_s + path + u")\r\n"_s;
+}
+
+} // namespace
+
+TEST(Catalogue, EmptyFolderGivesAnEmptyCatalogueAndNoError)
+{
+    TempFolder folder;
+    folder.write(u"notes.txt"_s, "<ImportMethods><ImportMethod NAME=\"x\"/></ImportMethods>");
+    ImportTypes catalogue;
+    CatalogueLoader::LoadFolder(catalogue, folder.path());
+    EXPECT_EQ(catalogue.Count(), 0);
+    EXPECT_TRUE(catalogue.LastError().isEmpty());
+    CatalogueLoader::LoadFolder(catalogue, folder.path() + u"/does-not-exist"_s);
+    EXPECT_EQ(catalogue.Count(), 0);
+    EXPECT_TRUE(catalogue.LastError().isEmpty());
+}
+
+TEST(Catalogue, ElementsLoadInDocumentOrderAndOnlyUnderTheExactPath)
+{
+    TempFolder folder;
+    const QString path = folder.write(u"a.ImportMethods"_s,
+                                      methodsFile(
+                                          method("Text")
+                                          + "  <ImportMethod DISABLED=\"NO\" ICON=\"Text\"/>\n"
+                                          + method("Excel", "COLOUR=\"green\"")
+                                          + "  <Group><ImportMethod NAME=\"Nested\"/></Group>\n"
+                                          + "  <importmethod NAME=\"LowerCase\"/>\n"
+                                          + method("Access")));
+    ImportTypes catalogue;
+    const CatalogueLoader::FileReport report = CatalogueLoader::LoadFile(catalogue, path);
+    EXPECT_EQ(names(catalogue), (QStringList{u"Text"_s, u"Excel"_s, u"Access"_s}));
+    EXPECT_TRUE(report.loaded);
+    EXPECT_EQ(report.unnamed, 1);
+    EXPECT_EQ(catalogue.Item(2)->Name(), u"Excel"_s);
+    EXPECT_EQ(catalogue.Item(u"ACCESS"_s)->Name(), u"Access"_s);
+    EXPECT_TRUE(catalogue.LastError().isEmpty());
+
+    // The root element's name is matched as written, too.
+    const QString other = folder.write(u"b.ImportMethods"_s,
+                                       "<importMethods>" + method("Lost") + "</importMethods>");
+    CatalogueLoader::LoadFile(catalogue, other);
+    EXPECT_EQ(catalogue.Count(), 3);
+    EXPECT_TRUE(catalogue.LastError().isEmpty()) << "a well-formed file is no failure";
+}
+
+TEST(Catalogue, FirstMethodUnderANameWinsAcrossElementsAndFiles)
+{
+    TempFolder folder;
+    const QString one = folder.write(u"one.ImportMethods"_s,
+                                     methodsFile(method("Text", "ICON=\"first\"")
+                                                 + method("TEXT", "ICON=\"second\"")));
+    const QString two = folder.write(u"two.ImportMethods"_s,
+                                     methodsFile(method("text", "ICON=\"third\"") + method("SQL")));
+    ImportTypes catalogue;
+    CatalogueLoader::LoadFile(catalogue, one);
+    const CatalogueLoader::FileReport report = CatalogueLoader::LoadFile(catalogue, two);
+    EXPECT_EQ(names(catalogue), (QStringList{u"Text"_s, u"SQL"_s}));
+    EXPECT_EQ(catalogue.Item(u"text"_s)->Icon(), u"first"_s);
+    EXPECT_EQ(report.duplicates, QStringList{u"text"_s});
+}
+
+TEST(Catalogue, FolderScanFollowsDirectoryOrderAndMatchesThePatternInAnyCase)
+{
+    TempFolder folder;
+    folder.write(u"a.ImportMethods"_s, methodsFile(method("Shared", "ICON=\"a\"") + method("A")));
+    folder.write(u"b.importmethods"_s, methodsFile(method("Shared", "ICON=\"b\"") + method("B")));
+    folder.write(u"c.ImportMethods.bak"_s, methodsFile(method("Backup")));
+    QDir().mkpath(folder.path() + u"/d.ImportMethods"_s); // a folder, not a file
+
+    const QStringList listed = QDir(folder.path())
+                                   .entryList({u"*.ImportMethods"_s}, QDir::Files, QDir::Unsorted);
+    ASSERT_EQ(listed.size(), 2);
+    ImportTypes catalogue;
+    QList<CatalogueLoader::FileReport> reports;
+    CatalogueLoader::LoadFolder(catalogue, folder.path(), &reports);
+    ASSERT_EQ(reports.size(), 2);
+    EXPECT_TRUE(reports[0].path.endsWith(listed[0]));
+    const QString firstIcon = listed[0].startsWith(u'a') ? u"a"_s : u"b"_s;
+    EXPECT_EQ(catalogue.Item(u"Shared"_s)->Icon(), firstIcon);
+    EXPECT_EQ(catalogue.Count(), 3);
+    EXPECT_EQ(catalogue.Item(u"Backup"_s), nullptr);
+}
+
+TEST(Catalogue, BadFilesSetLastErrorAndNeverStopTheScan)
+{
+    TempFolder folder;
+    const QString good = folder.write(u"good.ImportMethods"_s, methodsFile(method("Text")));
+    const QString unclosed = folder.write(u"unclosed.ImportMethods"_s,
+                                          "<ImportMethods><ImportMethod NAME=\"X\">");
+    const QString empty = folder.write(u"empty.ImportMethods"_s, "");
+    const QString declarationOnly = folder.write(u"decl.ImportMethods"_s,
+                                                 "<?xml version=\"1.0\"?>");
+    const QString binary = folder.write(u"binary.ImportMethods"_s,
+                                        QByteArray("\x00\x01\xff\xfe<\x00", 6));
+    const QString missing = folder.path() + u"/missing.ImportMethods"_s;
+
+    for (const QString &bad : {unclosed, empty, declarationOnly, binary, missing}) {
+        ImportTypes catalogue;
+        CatalogueLoader::LoadFile(catalogue, good);
+        const CatalogueLoader::FileReport report = CatalogueLoader::LoadFile(catalogue, bad);
+        EXPECT_FALSE(report.loaded) << bad.toStdString();
+        EXPECT_FALSE(report.problem.isEmpty()) << bad.toStdString();
+        EXPECT_EQ(catalogue.LastError(), cannotLoad(bad));
+        EXPECT_EQ(names(catalogue), QStringList{u"Text"_s}) << "a bad file adds nothing";
+    }
+
+    // The last failure is kept; a later success does not clear it.
+    ImportTypes catalogue;
+    CatalogueLoader::LoadFile(catalogue, unclosed);
+    CatalogueLoader::LoadFile(catalogue, empty);
+    CatalogueLoader::LoadFile(catalogue, good);
+    EXPECT_EQ(catalogue.LastError(), cannotLoad(empty));
+    EXPECT_EQ(catalogue.Count(), 1);
+}
+
+TEST(Catalogue, ParseProblemsSayWhereForAdministrators)
+{
+    TempFolder folder;
+    const QString path = folder.write(u"bad.ImportMethods"_s,
+                                      "<ImportMethods>\n  <ImportMethod NAME=\"A\" DISABLED=NO/>\n"
+                                      "</ImportMethods>\n");
+    ImportTypes catalogue;
+    const CatalogueLoader::FileReport report = CatalogueLoader::LoadFile(catalogue, path);
+    EXPECT_FALSE(report.loaded);
+    EXPECT_TRUE(report.problem.contains(u"line 2"_s)) << report.problem.toStdString();
+}
+
+TEST(Catalogue, EncodingsWrittenByWindowsToolsKeepTheirText)
+{
+    TempFolder folder;
+    const QString description = u"Équipements réseau – liste"_s;
+    const QByteArray utf8 = methodsFile(
+        method("Réseau", "DESCRIPTION=\"" + description.toUtf8() + "\""));
+
+    auto encode = [&](QStringConverter::Encoding encoding) {
+        QStringEncoder encoder(encoding, QStringConverter::Flag::WriteBom);
+        return QByteArray(encoder(QString::fromUtf8(utf8)));
+    };
+    QByteArray cp1252 = methodsFile(
+        method("R\xe9seau", "DESCRIPTION=\"\xc9quipements r\xe9seau \x96 liste\""));
+    QByteArray declared1252 = cp1252;
+    declared1252.replace("<?xml version=\"1.0\"?>",
+                         "<?xml version=\"1.0\" encoding=\"windows-1252\"?>");
+
+    const struct
+    {
+        const char16_t *file;
+        QByteArray bytes;
+    } cases[] = {
+        {u"utf8.ImportMethods", utf8},
+        {u"utf8bom.ImportMethods", "\xEF\xBB\xBF" + utf8},
+        {u"utf16.ImportMethods", encode(QStringConverter::Utf16LE)},
+        {u"utf16be.ImportMethods", encode(QStringConverter::Utf16BE)},
+        {u"cp1252-declared.ImportMethods", declared1252},
+        {u"cp1252-undeclared.ImportMethods", cp1252},
+    };
+    for (const auto &c : cases) {
+        ImportTypes catalogue;
+        const QString path = folder.write(QString::fromUtf16(c.file), c.bytes);
+        CatalogueLoader::LoadFile(catalogue, path);
+        ASSERT_EQ(catalogue.Count(), 1)
+            << path.toStdString() << " " << catalogue.LastError().toStdString();
+        EXPECT_EQ(catalogue.Item(1)->Name(), u"Réseau"_s) << path.toStdString();
+        EXPECT_EQ(catalogue.Item(1)->Description(), description) << path.toStdString();
+    }
+}
+
+TEST(Catalogue, AbsurdInputIsBounded)
+{
+    TempFolder folder;
+    // A file over the limit is refused unread.
+    const QString huge
+        = folder.write(u"huge.ImportMethods"_s,
+                       methodsFile(method("Big", "DESCRIPTION=\""
+                                                     + QByteArray(CatalogueLoader::MaxFileBytes, 'x')
+                                                     + "\"")));
+    // Deep nesting and a long attribute within the limit still load what they can.
+    QByteArray deep = "<ImportMethods>" + method("Deep");
+    for (int i = 0; i < 100000; ++i)
+        deep += "<x>";
+    for (int i = 0; i < 100000; ++i)
+        deep += "</x>";
+    deep += "</ImportMethods>";
+    const QString nested = folder.write(u"nested.ImportMethods"_s, deep);
+    const QString longValue = folder.write(
+        u"long.ImportMethods"_s,
+        methodsFile(method("Long", "DELIMITER=\"" + QByteArray("TAB,").repeated(100000) + "\"")));
+
+    ImportTypes catalogue;
+    QList<CatalogueLoader::FileReport> reports;
+    CatalogueLoader::LoadFolder(catalogue, folder.path(), &reports);
+    EXPECT_EQ(catalogue.Item(u"Big"_s), nullptr);
+    EXPECT_EQ(catalogue.LastError(), cannotLoad(huge));
+    ASSERT_NE(catalogue.Item(u"Deep"_s), nullptr);
+    ASSERT_NE(catalogue.Item(u"Long"_s), nullptr);
+    EXPECT_EQ(catalogue.Item(u"Long"_s)->Delimiter(), QString(100000, u'\t'));
+    Q_UNUSED(nested)
+    Q_UNUSED(longValue)
+}
+
+TEST(Catalogue, SearchPathAddsFoldersAfterTheLibrarysOwn)
+{
+    TempFolder first;
+    TempFolder second;
+    first.write(u"x.ImportMethods"_s,
+                methodsFile(method("Shared", "ICON=\"first\"") + method("One")));
+    second.write(u"y.ImportMethods"_s,
+                 methodsFile(method("Shared", "ICON=\"second\"") + method("Two")));
+    const ScopedEnv env("MGIMPORT8_METHODS_PATH",
+                        (first.path() + u"::"_s + second.path() + u":"_s + first.path()).toUtf8());
+
+    const QStringList folders = CatalogueLoader::methodFolders();
+    ASSERT_EQ(folders.size(), 3) << folders.join(u' ').toStdString();
+    EXPECT_EQ(folders[1], first.path());
+    EXPECT_EQ(folders[2], second.path());
+
+    ImportTypes catalogue;
+    CatalogueLoader::Load(catalogue);
+    EXPECT_EQ(names(catalogue), (QStringList{u"Shared"_s, u"One"_s, u"Two"_s}));
+    EXPECT_EQ(catalogue.Item(u"shared"_s)->Icon(), u"first"_s);
+}
+
+TEST(Catalogue, RemoveTakesMethodsOutByPositionOrName)
+{
+    TempFolder folder;
+    const QString path = folder.write(u"m.ImportMethods"_s,
+                                      methodsFile(method("A") + method("B") + method("C")));
+    ImportTypes catalogue;
+    CatalogueLoader::LoadFile(catalogue, path);
+    catalogue.Remove(u"b"_s);
+    catalogue.Remove(u"missing"_s);
+    catalogue.Remove(7);
+    catalogue.Remove(1);
+    EXPECT_EQ(names(catalogue), QStringList{u"C"_s});
+}
+
+TEST(Catalogue, ShippedMethodsAreUsableAndNavigable)
+{
+    ImportTypes catalogue;
+    QList<CatalogueLoader::FileReport> reports;
+    CatalogueLoader::LoadFolder(catalogue, QString::fromUtf8(MGIMPORT8_SHIPPED_METHODS), &reports);
+    ASSERT_EQ(reports.size(), 1);
+    EXPECT_TRUE(reports[0].loaded) << reports[0].problem.toStdString();
+    EXPECT_TRUE(catalogue.LastError().isEmpty());
+    ASSERT_EQ(catalogue.Count(), 4);
+
+    const QStringList panelKeys = {u"MethodPanel"_s,  u"FilePanel"_s,        u"DatabasePanel"_s,
+                                   u"TablePanel"_s,   u"SpreadsheetPanel"_s, u"DelimiterPanel"_s,
+                                   u"MapPanel"_s,     u"FilterPanel"_s,      u"PreviewPanel"_s,
+                                   u"OptionsPanel"_s, u"ImportPanel"_s};
+    for (const MGImport8::ImportType *m : catalogue) {
+        SCOPED_TRACE(m->Name().toStdString());
+        EXPECT_TRUE(m->Enabled());
+        EXPECT_FALSE(m->Description().isEmpty());
+        ASSERT_TRUE(m->HasPanelList());
+        for (const QString &panel : m->Panels())
+            EXPECT_TRUE(panelKeys.contains(panel)) << panel.toStdString();
+        for (const char16_t *needed : {u"MethodPanel", u"MapPanel", u"PreviewPanel", u"ImportPanel"})
+            EXPECT_TRUE(m->IncludePanel(QString::fromUtf16(needed)));
+    }
+    const auto *text = catalogue.Item(1);
+    EXPECT_EQ(text->Method(), u"IMPORTTEXT"_s);
+    EXPECT_EQ(text->Icon(), u"Text"_s);
+    EXPECT_EQ(text->Delimiter(), u","_s);
+    EXPECT_TRUE(text->IncludePanel(u"DelimiterPanel"_s));
+    EXPECT_EQ(text->Pattern(), u"Text Files (*.txt;*.csv)|*.txt;*.csv|All Files (*.*)|*.*"_s);
+    EXPECT_TRUE(catalogue.Item(u"Excel Spreadsheet"_s)->IncludePanel(u"SpreadsheetPanel"_s));
+    EXPECT_EQ(catalogue.Item(u"Excel Spreadsheet"_s)->Icon(), u"Excel"_s);
+    const auto *access = catalogue.Item(u"Access Database"_s);
+    EXPECT_EQ(access->Method(), u"IMPORTACCESS"_s);
+    EXPECT_EQ(access->Icon(), u"Access"_s);
+    EXPECT_TRUE(access->IncludePanel(u"TablePanel"_s));
+    const auto *sql = catalogue.Item(u"SQL Server Database"_s);
+    EXPECT_EQ(sql->Icon(), u"SQL"_s);
+    EXPECT_TRUE(sql->IncludePanel(u"DatabasePanel"_s));
+    EXPECT_TRUE(sql->IncludePanel(u"TablePanel"_s));
+    EXPECT_FALSE(sql->IncludePanel(u"FilePanel"_s));
+}
