@@ -7,9 +7,9 @@ packages=(
     # toolchain
     cmake ninja-build g++ pkg-config git
     # libraries
-    qt6-base-dev libpugixml-dev
+    qt6-base-dev libqt6sql6-sqlite libpugixml-dev
     # tests, fuzzing, formatting
-    libgtest-dev libgmock-dev clang libclang-rt-14-dev clang-format
+    libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format
 )
 
 missing=()

@@ -1,6 +1,9 @@
 #include "common/codepage.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
+#include <cstring>
 
 namespace MGImport8 {
 
@@ -18,6 +21,10 @@ constexpr std::array<char16_t, 32> highControlBlock = {0x20AC, 0x0081, 0x201A, 0
 
 constexpr unsigned char blockStart = 0x80;
 constexpr unsigned char blockEnd = 0x9F;
+
+// The ASCII test takes sixteen bytes at a time, as two 64-bit words.
+constexpr qsizetype asciiStride = 16;
+constexpr std::uint64_t highBits = 0x8080808080808080ULL;
 
 } // namespace
 
@@ -37,46 +44,61 @@ QString decodeWindows1252(QByteArrayView bytes)
 bool isValidUtf8(QByteArrayView bytes)
 {
     const qsizetype size = bytes.size();
+    const char *data = bytes.data();
     qsizetype i = 0;
     while (i < size) {
-        const auto lead = static_cast<unsigned char>(bytes[i]);
-        if (lead < 0x80) {
-            ++i;
-            continue;
+        // Most text is ASCII: test sixteen bytes at a time for a byte with its high bit set.
+        while (i + asciiStride <= size) {
+            std::uint64_t first;
+            std::uint64_t second;
+            std::memcpy(&first, data + i, sizeof first);
+            std::memcpy(&second, data + i + sizeof first, sizeof second);
+            if ((first | second) & highBits)
+                break;
+            i += asciiStride;
         }
-        // The allowed range of the second byte narrows for the leads that would otherwise admit
-        // overlong forms (E0, F0), surrogates (ED) or code points past U+10FFFF (F4).
-        qsizetype length = 0;
-        unsigned char secondMin = 0x80;
-        unsigned char secondMax = 0xBF;
-        if (lead >= 0xC2 && lead <= 0xDF) {
-            length = 2;
-        } else if (lead >= 0xE0 && lead <= 0xEF) {
-            length = 3;
-            if (lead == 0xE0)
-                secondMin = 0xA0;
-            else if (lead == 0xED)
-                secondMax = 0x9F;
-        } else if (lead >= 0xF0 && lead <= 0xF4) {
-            length = 4;
-            if (lead == 0xF0)
-                secondMin = 0x90;
-            else if (lead == 0xF4)
-                secondMax = 0x8F;
-        } else {
-            return false;
-        }
-        if (size - i < length)
-            return false;
-        const auto second = static_cast<unsigned char>(bytes[i + 1]);
-        if (second < secondMin || second > secondMax)
-            return false;
-        for (qsizetype k = 2; k < length; ++k) {
-            const auto next = static_cast<unsigned char>(bytes[i + k]);
-            if (next < 0x80 || next > 0xBF)
+        // Check sequence by sequence until past the stretch that held a non-ASCII byte.
+        const qsizetype stop = std::min(size, i + asciiStride);
+        while (i < stop) {
+            const auto lead = static_cast<unsigned char>(data[i]);
+            if (lead < 0x80) {
+                ++i;
+                continue;
+            }
+            // The allowed range of the second byte narrows for the leads that would otherwise
+            // admit overlong forms (E0, F0), surrogates (ED) or code points past U+10FFFF (F4).
+            qsizetype length = 0;
+            unsigned char secondMin = 0x80;
+            unsigned char secondMax = 0xBF;
+            if (lead >= 0xC2 && lead <= 0xDF) {
+                length = 2;
+            } else if (lead >= 0xE0 && lead <= 0xEF) {
+                length = 3;
+                if (lead == 0xE0)
+                    secondMin = 0xA0;
+                else if (lead == 0xED)
+                    secondMax = 0x9F;
+            } else if (lead >= 0xF0 && lead <= 0xF4) {
+                length = 4;
+                if (lead == 0xF0)
+                    secondMin = 0x90;
+                else if (lead == 0xF4)
+                    secondMax = 0x8F;
+            } else {
                 return false;
+            }
+            if (size - i < length)
+                return false;
+            const auto second = static_cast<unsigned char>(data[i + 1]);
+            if (second < secondMin || second > secondMax)
+                return false;
+            for (qsizetype k = 2; k < length; ++k) {
+                const auto next = static_cast<unsigned char>(data[i + k]);
+                if (next < 0x80 || next > 0xBF)
+                    return false;
+            }
+            i += length;
         }
-        i += length;
     }
     return true;
 }

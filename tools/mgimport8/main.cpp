@@ -1,3 +1,4 @@
+#include "importcommand.h"
 #include "methodscommand.h"
 #include "output.h"
 
@@ -28,6 +29,9 @@ void printUsage(QTextStream &stream)
     stream << "Usage: mgimport8 COMMAND [OPTIONS]\n"
               "\n"
               "Commands:\n"
+              "  import [options] FILE\n"
+              "                     Import FILE as the Import Wizard would, acting as a host:\n"
+              "                     one JSON object per imported row on standard output.\n"
               "  methods [--json]   List the import methods as the Import Wizard loads them\n"
               "                     from the *.ImportMethods files beside the library and in\n"
               "                     the folders of MGIMPORT8_METHODS_PATH.\n"
@@ -48,7 +52,10 @@ int main(int argc, char **argv)
     QStringList arguments = QCoreApplication::arguments();
     const QString command = arguments.value(1);
     int status = UsageError;
-    if (command == "methods"_L1) {
+    if (command == "import"_L1) {
+        arguments.removeAt(1);
+        status = runImport(arguments);
+    } else if (command == "methods"_L1) {
         arguments.removeAt(1);
         status = runMethods(arguments);
     } else if (command == "--help"_L1 || command == "-h"_L1 || command == "help"_L1) {

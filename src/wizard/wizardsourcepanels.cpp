@@ -1,0 +1,236 @@
+#include "wizard/wizardcontroller.h"
+
+#include "common/commonfunctions.h"
+#include "wizard/delimiterchoice.h"
+#include "wizard/sourcereader.h"
+#include "wizard/wizardview.h"
+
+#include <MGImport8/importtype.h>
+
+using namespace Qt::StringLiterals;
+
+// The source panels of the controller: the file, database, table, worksheet and delimiter panels,
+// whose exit checks and controls read the source into the working grid.
+
+namespace MGImport8 {
+
+namespace {
+
+const QString accessConnectionPrefix = u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source="_s;
+const QString textMethod = u"IMPORTTEXT"_s;
+const QString accessMethod = u"IMPORTACCESS"_s;
+
+/// The worksheet list offers these names whatever the workbook holds.
+constexpr int WorksheetChoices = 11;
+
+// The text box is trimmed of blanks only; other white space belongs to the name.
+QString trimBlanks(const QString &text)
+{
+    qsizetype first = 0;
+    qsizetype last = text.size();
+    while (first < last && text.at(first) == u' ')
+        ++first;
+    while (last > first && text.at(last - 1) == u' ')
+        --last;
+    return text.sliced(first, last - first);
+}
+
+} // namespace
+
+bool WizardController::exitFilePanel()
+{
+    m_state.filename = trimBlanks(m_state.filename);
+    if (m_state.filename.isEmpty()) {
+        showExclamation(u"Please select a file first."_s);
+        return false;
+    }
+    if (!m_method)
+        return false;
+    m_method->setFilename(m_state.filename);
+    const QString method = m_method->Method().toUpper();
+    if (method == textMethod) {
+        DelimiterChoice::preset(*m_method, m_state);
+        if (!readTextFile())
+            return false;
+        m_freshTextRead = textReadKey();
+        return true;
+    }
+    if (method == accessMethod) {
+        m_method->setConnectionString(accessConnectionPrefix % m_method->Filename());
+        return readDatabaseSource();
+    }
+    return true;
+}
+
+bool WizardController::exitDatabasePanel()
+{
+    if (!m_method)
+        return false;
+    const std::optional<QString> connection = m_sources->serverConnectionString(
+        m_state.databaseName);
+    if (!connection)
+        return false;
+    m_method->setConnectionString(*connection);
+    m_method->setFilename(m_state.databaseName);
+    if (connection->isEmpty()) {
+        showExclamation(u"Please select a SQL Database first"_s);
+        return false;
+    }
+    return readDatabaseSource();
+}
+
+// Without a table panel the method names its table (or query) itself and it is read at once;
+// otherwise the table panel offers the database's tables.
+bool WizardController::readDatabaseSource()
+{
+    const std::optional<bool> tablePanel = includes(Panel::TablePanel);
+    if (!tablePanel)
+        return false;
+    if (!*tablePanel) {
+        m_grid.clear();
+        return m_sources->readTable(*m_method, m_method->Table(), m_grid);
+    }
+    QStringList tables;
+    const bool listed = m_sources->listTables(*m_method, tables);
+    m_state.databaseTables = tables;
+    m_state.databaseTable.clear();
+    return listed;
+}
+
+QString WizardController::chosenSourceName() const
+{
+    return m_method ? FileNameFromPath(m_method->Filename(), false) : QString();
+}
+
+void WizardController::enterTablePanel()
+{
+    m_grid.clear();
+    if (m_method) {
+        QStringList tables;
+        m_sources->listTables(*m_method, tables);
+        m_state.databaseTables = tables;
+        m_state.databaseTable.clear();
+    }
+    m_state.selectTableDescription = u"Which table in '"_s % chosenSourceName()
+                                     % u"' should we use ?"_s;
+    m_state.importTableVisible = true;
+}
+
+void WizardController::enterSpreadsheetPanel()
+{
+    m_state.importTableVisible = true;
+    m_state.worksheetDescription = u"Which worksheet from "_s % chosenSourceName()
+                                   % u" should we use ?"_s;
+    m_state.worksheets.clear();
+    for (int sheet = 1; sheet <= WorksheetChoices; ++sheet)
+        m_state.worksheets.append(u"Sheet"_s % QString::number(sheet));
+    notify();
+    selectWorksheet(0);
+}
+
+void WizardController::selectFile()
+{
+    if (!m_method)
+        return;
+    const std::optional<QString> path = m_view.chooseFile(m_method->SelectFileTitle(),
+                                                          m_method->Pattern());
+    if (path)
+        setFilename(*path);
+}
+
+void WizardController::setFilename(const QString &filename)
+{
+    m_state.filename = filename;
+    if (m_method)
+        m_method->setFilename(filename);
+    notify();
+}
+
+void WizardController::setDatabaseName(const QString &databaseName)
+{
+    m_state.databaseName = databaseName;
+    notify();
+}
+
+void WizardController::selectTable(const QString &table)
+{
+    m_state.databaseTable = table;
+    if (m_method) {
+        m_method->setTable(table);
+        m_grid.clear();
+        m_sources->readTable(*m_method, table, m_grid);
+    }
+    notify();
+}
+
+void WizardController::selectWorksheet(int index)
+{
+    m_state.currentWorksheet = index;
+    if (m_method) {
+        m_grid.clear();
+        m_sources->loadWorksheet(*m_method, index, m_grid);
+    }
+    notify();
+}
+
+QString WizardController::textReadKey() const
+{
+    return m_method->Filename() % QChar(0) % DelimiterChoice::delimiterSet(m_state);
+}
+
+bool WizardController::readTextFile()
+{
+    if (!m_method)
+        return false;
+    return DelimiterChoice::readFile(m_method->Filename(), m_state,
+                                     m_state.currentPanel == Panel::DelimiterPanel, m_grid, m_view);
+}
+
+void WizardController::enterDelimiterPanel(const QString &freshRead)
+{
+    m_state.importTableVisible = true;
+    if (!m_method)
+        return;
+    DelimiterChoice::preset(*m_method, m_state);
+    notify();
+    // Straight from the file panel, which has just read the file with these very delimiters, a
+    // second reading of a large file would only show the same grid again.
+    if (freshRead.isEmpty() || freshRead != textReadKey())
+        readTextFile();
+}
+
+void WizardController::rereadTextFile()
+{
+    // The boxes stand for a file only once one has been chosen.
+    if (m_method && !m_method->Filename().isEmpty())
+        readTextFile();
+    notify();
+}
+
+void WizardController::setDelimiterChecked(int index, bool checked)
+{
+    if (index < 0 || index >= DelimiterBoxCount || m_state.delimiterChecked[index] == checked)
+        return;
+    m_state.delimiterChecked[index] = checked;
+    rereadTextFile();
+}
+
+void WizardController::setOtherDelimiter(const QString &text)
+{
+    if (m_state.otherDelimiter == text)
+        return;
+    m_state.otherDelimiter = text;
+    rereadTextFile();
+}
+
+void WizardController::setDelimiters(const std::array<bool, DelimiterBoxCount> &checked,
+                                     const QString &other)
+{
+    if (m_state.delimiterChecked == checked && m_state.otherDelimiter == other)
+        return;
+    m_state.delimiterChecked = checked;
+    m_state.otherDelimiter = other;
+    rereadTextFile();
+}
+
+} // namespace MGImport8

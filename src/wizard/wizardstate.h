@@ -1,0 +1,116 @@
+#pragma once
+
+#include "wizard/importgrid.h"
+
+#include <MGImport8/mgimport8_export.h>
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <array>
+
+namespace MGImport8 {
+
+/// The wizard's panels in their fixed order: the order Next and Back walk them in.
+enum class Panel {
+    MethodPanel,
+    FilePanel,
+    DatabasePanel,
+    TablePanel,
+    SpreadsheetPanel,
+    DelimiterPanel,
+    MapPanel,
+    FilterPanel,
+    PreviewPanel,
+    OptionsPanel,
+    ImportPanel,
+};
+
+constexpr int PanelCount = 11;
+
+/// The panel's key as import methods name it ("MethodPanel"); panel pages carry it as their name.
+MGIMPORT8_EXPORT QString panelKey(Panel panel);
+
+/// The delimiter check boxes: "&Tab", "Se&micolon", "&Comma", "&Space", "&Other:".
+constexpr int DelimiterBoxCount = 5;
+constexpr int OtherDelimiterBox = 4;
+
+/// One row of the method list: the method's picture key beside its name; disabled methods look
+/// different but stay in the list.
+struct MethodListRow
+{
+    QString name;
+    QString icon;
+    bool enabled = false;
+};
+
+/// One row of the options list: a check cell and the option's caption.
+struct OptionListRow
+{
+    CheckState check = CheckState::Unchecked;
+    QString caption;
+};
+
+/// Everything the wizard's controls show, as the controller last set it. A view mirrors it on
+/// every `WizardView::stateChanged`; the working grid is shown from `ImportGrid` itself.
+struct WizardState
+{
+    Panel currentPanel = Panel::MethodPanel;
+
+    /// The title label and the introduction on the method panel (from the engine).
+    QString title;
+    QString importDescription;
+
+    /// Method panel: the list `ImportTypeList`, its current row (-1 for none) and the chosen
+    /// method's description `ImportTypeDescription`.
+    QList<MethodListRow> methods;
+    int currentMethodRow = -1;
+    QString importTypeDescription;
+
+    /// File panel: the captions `SelectFileTitle`, `SelectFileDescription`, the text box `Filename`.
+    QString selectFileTitle;
+    QString selectFileDescription;
+    QString filename;
+
+    /// Database panel: the database drop-down list `DatabaseName`.
+    QString databaseName;
+
+    /// Table panel: `SelectTableDescription` and the drop-down list `DatabaseTable`.
+    QString selectTableDescription;
+    QStringList databaseTables;
+    QString databaseTable;
+
+    /// Spreadsheet panel: `WorksheetDescription` and the drop-down list `Worksheet`.
+    QString worksheetDescription;
+    QStringList worksheets;
+    int currentWorksheet = -1;
+
+    /// Delimiter panel: the boxes `chkDelimit_0` to `chkDelimit_4` and the text `txtOtherDelimit`.
+    std::array<bool, DelimiterBoxCount> delimiterChecked{};
+    QString otherDelimiter;
+
+    /// Whether the working grid `ImportTable` is shown over the current panel.
+    bool importTableVisible = false;
+
+    /// The buttons.
+    QString nextCaption;
+    bool nextVisible = true;
+    bool backEnabled = false;
+    bool backVisible = true;
+    QString cancelCaption;
+
+    /// Options panel: the list `OptionsList`.
+    QList<OptionListRow> options;
+
+    /// Import panel: the progress bar (0 to 100) and the status label `ImportStatus`.
+    int progress = 0;
+    QString importStatus;
+
+    /// The grid's cell rules: mapping mode allows editing the mapping row, selection mode lets
+    /// clicks and the space key tick rows. Both are cleared whenever a panel is entered.
+    bool mappingMode = false;
+    bool selectionMode = false;
+};
+
+} // namespace MGImport8

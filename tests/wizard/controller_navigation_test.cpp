@@ -1,0 +1,340 @@
+// Navigation: the opening state, every exit check's message, panels skipped by the method going
+// forward and back, the captions, the file dialog only for an empty file name, cancel's result,
+// a method without panel list refused without a crash, the delimiter boxes (preset, re-read,
+// empty set), files that cannot be read, and the stand-in for the database and workbook sources.
+#include "wizardfixture.h"
+
+#include "wizard/delimiterchoice.h"
+#include "wizard/sourcereader.h"
+
+#include <MGImport8/importtypes.h>
+
+#include <QFile>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8::Test {
+
+namespace {
+
+using Navigation = WizardFixture;
+
+constexpr Panel textPanels[] = {Panel::MethodPanel, Panel::FilePanel,    Panel::DelimiterPanel,
+                                Panel::MapPanel,    Panel::PreviewPanel, Panel::OptionsPanel};
+
+TEST_F(Navigation, OpensOnTheMethodPanelWithTheEnginesTextsAndTheCatalogue)
+{
+    const WizardState &state = wizard->state();
+    EXPECT_EQ(state.currentPanel, Panel::MethodPanel);
+    EXPECT_EQ(state.title, u"Import Wizard"_s);
+    EXPECT_EQ(state.importDescription, engine.Description());
+    ASSERT_EQ(state.methods.size(), 7);
+    EXPECT_EQ(state.methods.at(0).name, u"Text"_s);
+    EXPECT_EQ(state.methods.at(0).icon, u"Text"_s);
+    EXPECT_TRUE(state.methods.at(0).enabled);
+    EXPECT_FALSE(state.methods.at(1).enabled); // disabled methods stay in the list
+    EXPECT_EQ(state.currentMethodRow, -1);
+    EXPECT_FALSE(state.backEnabled);
+    EXPECT_EQ(state.nextCaption, u"Next -->"_s);
+    EXPECT_EQ(state.cancelCaption, u"Cancel"_s);
+    EXPECT_EQ(state.delimiterChecked, (std::array<bool, 5>{false, false, true, false, false}));
+    EXPECT_TRUE(wizard->result());
+    EXPECT_EQ(wizard->chosenMethod(), nullptr);
+}
+
+TEST_F(Navigation, MethodPanelRefusesNoChoiceAndDisabledMethods)
+{
+    wizard->next();
+    EXPECT_EQ(takeExclamation(), u"Please select an item from the list first."_s);
+    EXPECT_EQ(panel(), Panel::MethodPanel);
+
+    chooseMethod(u"Old"_s);
+    wizard->next();
+    EXPECT_EQ(takeExclamation(), u"Import from 'Old' is not available in this release."_s);
+    EXPECT_EQ(panel(), Panel::MethodPanel);
+
+    // Moving off every row clears the description but keeps the method chosen before.
+    chooseMethod(u"Text"_s);
+    EXPECT_EQ(wizard->state().importTypeDescription, u"Delimited text"_s);
+    wizard->selectMethodRow(-1);
+    EXPECT_TRUE(wizard->state().importTypeDescription.isEmpty());
+    EXPECT_EQ(wizard->chosenMethod()->Name(), u"Text"_s);
+}
+
+TEST_F(Navigation, MethodWithoutPanelListIsRefusedWithoutCrash)
+{
+    chooseMethod(u"Unlisted"_s);
+    wizard->next();
+    ASSERT_EQ(view.messages().size(), 1);
+    EXPECT_EQ(view.messages().first().icon, MessageIcon::Critical);
+    EXPECT_TRUE(view.messages().first().text.contains(u"'Unlisted'"_s));
+    EXPECT_EQ(panel(), Panel::MethodPanel);
+    view.clearMessages();
+
+    // Another method still works afterwards.
+    chooseMethod(u"Text"_s);
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::FilePanel);
+}
+
+TEST_F(Navigation, FilePanelOpensTheDialogOnlyWhenTheNameIsEmpty)
+{
+    chooseMethod(u"Text"_s);
+    wizard->activateMethodRow(0); // a double-click acts as Next
+    EXPECT_EQ(panel(), Panel::FilePanel);
+    EXPECT_EQ(wizard->state().selectFileTitle, u"Select Text File"_s);
+    EXPECT_EQ(wizard->state().selectFileDescription, u"Choose the file"_s);
+    EXPECT_EQ(view.fileDialogCount(), 1);
+    EXPECT_EQ(view.lastFileDialogTitle(), u"Select Text File"_s);
+    EXPECT_EQ(view.lastFileDialogPattern(), u"Text Files (*.txt;*.csv)|*.txt;*.csv"_s);
+    EXPECT_TRUE(wizard->state().filename.isEmpty()); // the dialog was cancelled
+
+    wizard->setFilename(u"   "_s);
+    wizard->next();
+    EXPECT_EQ(takeExclamation(), u"Please select a file first."_s);
+    EXPECT_TRUE(wizard->state().filename.isEmpty());
+    EXPECT_EQ(panel(), Panel::FilePanel);
+
+    view.setFileAnswer(writeFile(u"a.csv"_s, "x,1.2.3.4\n"));
+    wizard->selectFile();
+    wizard->setFilename(u"  "_s + wizard->state().filename + u"  "_s);
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::DelimiterPanel);
+    EXPECT_EQ(wizard->chosenMethod()->Filename(), folder.path() + u"/a.csv"_s);
+
+    wizard->back();
+    EXPECT_EQ(panel(), Panel::FilePanel);
+    EXPECT_EQ(view.fileDialogCount(), 2); // the explicit selectFile, not the return
+}
+
+TEST_F(Navigation, TextMethodSkipsPanelsForwardAndBackWithItsCaptions)
+{
+    engine.ImportOptions()->Add(u"Overwrite"_s, u"Overwrite existing nodes"_s);
+    openText(writeFile(u"nodes.csv"_s, "a,10.0.0.1\nb,10.0.0.2\n"));
+
+    QList<Panel> forward = {Panel::MethodPanel, Panel::FilePanel, panel()};
+    while (panel() != Panel::OptionsPanel) {
+        wizard->next();
+        ASSERT_TRUE(view.messages().isEmpty()) << messageTexts().join(u'\n').toStdString();
+        forward.append(panel());
+    }
+    EXPECT_EQ(forward, QList<Panel>(std::begin(textPanels), std::end(textPanels)));
+    EXPECT_EQ(wizard->state().nextCaption, u"Import"_s);
+
+    QList<Panel> backward = {panel()};
+    while (panel() != Panel::MethodPanel) {
+        wizard->back();
+        backward.append(panel());
+        if (panel() == Panel::PreviewPanel) {
+            EXPECT_EQ(wizard->state().nextCaption, u"Next -->"_s);
+        }
+    }
+    std::reverse(backward.begin(), backward.end());
+    EXPECT_EQ(backward, forward);
+    EXPECT_FALSE(wizard->state().backEnabled);
+    wizard->back(); // nothing before the first panel
+    EXPECT_EQ(panel(), Panel::MethodPanel);
+    EXPECT_EQ(view.fileDialogCount(), 1);
+}
+
+TEST_F(Navigation, NextStaysWhenTheMethodNamesNoLaterPanel)
+{
+    chooseMethod(u"Short"_s);
+    view.setFileAnswer(writeFile(u"s.txt"_s, "a;b\n"));
+    wizard->next();
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::DelimiterPanel);
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::DelimiterPanel);
+    EXPECT_TRUE(view.messages().isEmpty());
+    EXPECT_FALSE(view.busy());
+}
+
+TEST_F(Navigation, CancelClosesAndKeepsTheResultTrue)
+{
+    openText(writeFile(u"nodes.csv"_s, "a,10.0.0.1\n"));
+    wizard->cancel();
+    EXPECT_TRUE(wizard->cancelled());
+    EXPECT_TRUE(view.closed());
+    EXPECT_TRUE(wizard->result());
+}
+
+TEST_F(Navigation, UnreadableAndEmptyFilesKeepTheWizardOnItsPanel)
+{
+    chooseMethod(u"Text"_s);
+    wizard->next();
+    wizard->setFilename(folder.path() + u"/missing.csv"_s);
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::FilePanel);
+    ASSERT_EQ(view.messages().size(), 1);
+    EXPECT_TRUE(view.messages().first().text.startsWith(u"Cannot open 'missing.csv'\r\n"_s));
+    EXPECT_GT(view.messages().first().text.size(), 27); // the reason follows
+    view.clearMessages();
+
+    const QString empty = writeFile(u"empty.csv"_s, {});
+    wizard->setFilename(empty);
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::DelimiterPanel);
+    wizard->next();
+    EXPECT_EQ(takeExclamation(), u"Please select a file with data in it."_s);
+
+    // A file that vanishes between panels: coming back re-reads it, and Next refuses.
+    QFile::remove(empty);
+    wizard->back();
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::FilePanel);
+    EXPECT_TRUE(messageTexts().join(u""_s).startsWith(u"Cannot open 'empty.csv'"_s));
+}
+
+TEST_F(Navigation, DelimiterBoxesPresetFromTheMethodAndRereadOnEveryChange)
+{
+    openText(writeFile(u"nodes.csv"_s, "a,b;c\n"));
+    EXPECT_EQ(wizard->state().delimiterChecked,
+              (std::array<bool, 5>{false, false, true, false, false}));
+    EXPECT_TRUE(wizard->state().importTableVisible);
+    EXPECT_EQ(rowTexts(0), (QStringList{u"a"_s, u"b;c"_s}));
+
+    wizard->setDelimiterChecked(1, true);
+    EXPECT_EQ(rowTexts(0), (QStringList{u"a"_s, u"b"_s, u"c"_s}));
+    wizard->setDelimiterChecked(1, false);
+    wizard->setDelimiterChecked(2, false);
+    EXPECT_EQ(takeExclamation(), u"Please select at least one delimiter"_s);
+    EXPECT_EQ(grid().rowCount(), 0);
+
+    // The "other" text re-reads too, with the set still empty while its box is unchecked.
+    wizard->setOtherDelimiter(u";b"_s);
+    EXPECT_EQ(takeExclamation(), u"Please select at least one delimiter"_s);
+    wizard->setDelimiterChecked(4, true); // several characters are several delimiters
+    EXPECT_EQ(rowTexts(0), (QStringList{u"a,"_s, QString(), u"c"_s}));
+
+    // Coming back to the panel presets the boxes again from the method.
+    wizard->setDelimiterChecked(2, true);
+    wizard->next();
+    wizard->back();
+    EXPECT_EQ(wizard->state().delimiterChecked,
+              (std::array<bool, 5>{false, false, true, false, false}));
+}
+
+TEST(DelimiterPreset, OnlyTheLastCharactersBoxStaysChecked)
+{
+    struct Case
+    {
+        QString delimiter;
+        std::array<bool, 5> checked;
+        QString stored;
+    };
+    const Case cases[] = {
+        {QString(), {false, false, true, false, false}, u","_s},
+        {u"\t"_s, {true, false, false, false, false}, u"\t"_s},
+        {u",;"_s, {false, true, false, false, false}, u",;"_s},
+        {u" |"_s, {false, false, false, false, false}, u" |"_s},
+    };
+    for (const Case &c : cases) {
+        ImportType method;
+        method.setDelimiter(c.delimiter);
+        WizardState state;
+        state.delimiterChecked = {true, true, true, true, true};
+        DelimiterChoice::preset(method, state);
+        EXPECT_EQ(state.delimiterChecked, c.checked) << c.delimiter.toStdString();
+        EXPECT_EQ(method.Delimiter(), c.stored);
+    }
+}
+
+TEST_F(Navigation, DatabaseAndWorkbookSourcesSayTheyAreNotAvailable)
+{
+    chooseMethod(u"Access"_s);
+    view.setFileAnswer(u"/data/nodes.mdb"_s);
+    wizard->next();
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::FilePanel);
+    EXPECT_EQ(wizard->chosenMethod()->ConnectionString(),
+              u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/data/nodes.mdb"_s);
+    ASSERT_EQ(view.messages().size(), 1);
+    EXPECT_EQ(view.messages().first().icon, MessageIcon::Critical);
+    view.clearMessages();
+
+    wizard->back();
+    chooseMethod(u"SQL"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::DatabasePanel);
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::DatabasePanel);
+    ASSERT_EQ(view.messages().size(), 1);
+    EXPECT_EQ(view.messages().first().icon, MessageIcon::Critical);
+    view.clearMessages();
+
+    wizard->back();
+    chooseMethod(u"Sheet"_s);
+    wizard->next();
+    wizard->setFilename(u"C:\\Data\\book.xlsx"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::SpreadsheetPanel);
+    EXPECT_EQ(wizard->state().worksheetDescription,
+              u"Which worksheet from book.xlsx should we use ?"_s);
+    EXPECT_EQ(wizard->state().worksheets.size(), 11);
+    EXPECT_EQ(wizard->state().worksheets.last(), u"Sheet11"_s);
+    EXPECT_EQ(wizard->state().currentWorksheet, 0);
+    view.clearMessages();
+    wizard->next();
+    EXPECT_EQ(takeExclamation(), u"Please select an Excel worksheet with data in it."_s);
+}
+
+// A stand-in for the Access reader, which does not exist yet: it serves one table of field names
+// and rows, as the real reader will.
+class TableSource : public SourceReader
+{
+public:
+    std::optional<QString> serverConnectionString(const QString &) override { return QString(); }
+    bool listTables(const ImportType &, QStringList &tables) override
+    {
+        tables = {u"Nodes"_s, u"Empty"_s};
+        return true;
+    }
+    bool readTable(const ImportType &, const QString &table, ImportGrid &grid) override
+    {
+        TextTable::Builder builder;
+        builder.addRow();
+        builder.addCell(u"Name"_s);
+        builder.addCell(u"Address"_s);
+        if (table == u"Nodes"_s) {
+            builder.addRow();
+            builder.addCell(u"core"_s);
+            builder.addCell(u"10.1.1.1"_s);
+        }
+        grid.setTable(builder.finish());
+        grid.setRowTag(0, u"FieldHeader"_s);
+        return true;
+    }
+    bool loadWorksheet(const ImportType &, int, ImportGrid &) override { return false; }
+};
+
+TEST_F(Navigation, TablePanelNeedsADataRowAndTheFieldNamesAreNeverSelected)
+{
+    wizard->setSourceReader(std::make_unique<TableSource>());
+    chooseMethod(u"Access"_s);
+    view.setFileAnswer(u"/data/nodes.mdb"_s);
+    wizard->next();
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::TablePanel);
+    EXPECT_EQ(wizard->state().selectTableDescription,
+              u"Which table in 'nodes.mdb' should we use ?"_s);
+    EXPECT_EQ(wizard->state().databaseTables, (QStringList{u"Nodes"_s, u"Empty"_s}));
+
+    wizard->selectTable(u"Empty"_s);
+    wizard->next();
+    EXPECT_EQ(takeExclamation(), u"Please select a Database Table with data in it."_s);
+
+    wizard->selectTable(u"Nodes"_s);
+    EXPECT_EQ(wizard->chosenMethod()->Table(), u"Nodes"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::MapPanel);
+    EXPECT_EQ(rowTexts(1), (QStringList{u"Name"_s, u"Address"_s}));
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::PreviewPanel) << messageTexts().join(u'\n').toStdString();
+    EXPECT_EQ(grid().rowCount(), 2);
+    EXPECT_EQ(rowTexts(1, 1), (QStringList{u"core"_s, u"10.1.1.1"_s}));
+}
+
+} // namespace
+
+} // namespace MGImport8::Test

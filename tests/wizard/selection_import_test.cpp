@@ -1,0 +1,256 @@
+// Row selection and the import: the automatic selection by address columns, clicks, the space key
+// and the buttons only in selection mode, the empty-selection check, the options panel (values
+// written at the click, passing itself on without options), the rows handed to the host with their
+// columns from the mapping row, counts and summary, progress points, Cancel stopping the run at
+// once, and hosts that throw, delete their row or write odd skip flags.
+#include "wizardfixture.h"
+
+#include <MGImport8/importoptions.h>
+
+#include <QMetaObject>
+
+#include <cstring>
+#include <stdexcept>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8::Test {
+
+namespace {
+
+using Selection = WizardFixture;
+
+/// What a host saw of one row: "Column=Data" in the row's order.
+using SeenRow = QStringList;
+
+class Import : public WizardFixture
+{
+protected:
+    Import()
+    {
+        QObject::connect(&engine, &Engine::NewRow, &engine,
+                         [this](ImportRow *row, QString &status, bool &skip) {
+                             SeenRow seen;
+                             for (const ImportColumn *column : *row)
+                                 seen.append(column->Column() % u'=' % column->Data().toString());
+                             rows.append(seen);
+                             if (onRow)
+                                 onRow(row, status, skip);
+                         });
+        QObject::connect(&engine, &Engine::ImportComplete, &engine, [this] { ++completed; });
+    }
+
+    /// `count` lines "node<i>,10.0.<i>.1" (no line feed after the last, which would add a row).
+    static QByteArray nodes(int count)
+    {
+        QByteArrayList lines;
+        for (int i = 1; i <= count; ++i)
+            lines.append("node" + QByteArray::number(i) + ",10.0." + QByteArray::number(i) + ".1");
+        return lines.join('\n');
+    }
+
+    QList<SeenRow> rows;
+    std::function<void(ImportRow *, QString &, bool &)> onRow;
+    int completed = 0;
+};
+
+TEST_F(Selection, RowsStartCheckedUnlessAnAddressColumnHoldsNoAddress)
+{
+    engine.setColumns(u"Name,AgentIP,Location"_s);
+    engine.setIPColumn(u"AgentIP"_s);
+    engine.setRequiredColumns(u"AgentIP"_s);
+    restart();
+    openTextToMapping("Name,AgentIP,Where\na,10.0.0.1,x\nb,not an ip,y\nc,10.0.0.3,z");
+    wizard->afterEdit(0, 1, u"AgentIP"_s); // two addresses in four rows is too few to detect
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::PreviewPanel);
+    EXPECT_EQ(grid().columnTag(0), u"RowSelection"_s);
+    EXPECT_EQ(grid().fixedColumns(), 1);
+    EXPECT_EQ(rowTexts(2, 1), (QStringList{u"a"_s, u"10.0.0.1"_s, u"x"_s}));
+    EXPECT_EQ(checks(), u"2121"_s); // the title line and "not an ip" are left out
+
+    // Without an address column every row starts checked.
+    engine.setRequiredColumns(QString());
+    wizard->back();
+    wizard->afterEdit(0, 1, u"Location"_s);
+    wizard->next();
+    EXPECT_EQ(checks(), u"1111"_s);
+}
+
+TEST_F(Selection, ClicksKeysAndButtonsTickRowsOnlyInSelectionMode)
+{
+    openTextToMapping("a,10.0.0.1\nb,10.0.0.2\nc,10.0.0.3\nd,x");
+    wizard->gridClicked(1, 0); // mapping mode: no ticking
+    wizard->checkAll();
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::PreviewPanel);
+    EXPECT_EQ(checks(), u"1112"_s);
+
+    wizard->gridClicked(0, 0);
+    EXPECT_EQ(grid().checkState(0, 0), CheckState::None);
+    wizard->gridClicked(2, 1); // not the check cell
+    wizard->gridClicked(4, 0);
+    EXPECT_EQ(checks(), u"1111"_s);
+
+    wizard->gridClicked(2, 0);
+    wizard->gridClicked(3, 0);
+    EXPECT_EQ(checks(), u"1221"_s);
+    grid().setSelection(2, 4);
+    wizard->toggle(); // one of three checked: it ends unchecked, the others checked
+    EXPECT_EQ(checks(), u"1112"_s);
+    wizard->gridKeyPressed(13);
+    EXPECT_EQ(checks(), u"1112"_s);
+    wizard->gridKeyPressed(WizardController::SpaceKey);
+    EXPECT_EQ(checks(), u"1221"_s);
+
+    wizard->checkAll();
+    wizard->uncheckAll();
+    EXPECT_EQ(checks(), u"2222"_s);
+    wizard->next();
+    EXPECT_EQ(takeExclamation(), u"You must select at least one row"_s);
+    EXPECT_EQ(panel(), Panel::PreviewPanel);
+}
+
+TEST_F(Selection, OptionValuesChangeAtTheClick)
+{
+    ImportOption *overwrite = engine.ImportOptions()->Add(u"Overwrite"_s, u"Overwrite nodes"_s);
+    ImportOption *ping = engine.ImportOptions()->Add(u"Ping"_s, u"Ping them"_s, true);
+    openTextToSelection("a,10.0.0.1");
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::OptionsPanel);
+    const QList<OptionListRow> &options = wizard->state().options;
+    ASSERT_EQ(options.size(), 2);
+    EXPECT_EQ(options.at(0).check, CheckState::Unchecked);
+    EXPECT_EQ(options.at(0).caption, u"Overwrite nodes"_s);
+    EXPECT_EQ(options.at(1).check, CheckState::Checked);
+
+    wizard->optionClicked(0);
+    EXPECT_TRUE(overwrite->Value());
+    EXPECT_EQ(wizard->state().options.at(0).check, CheckState::Checked);
+    wizard->optionClicked(0);
+    EXPECT_FALSE(overwrite->Value());
+    wizard->optionClicked(1);
+    wizard->optionClicked(7);
+    wizard->cancel();
+    EXPECT_FALSE(ping->Value()); // kept although the wizard was cancelled
+}
+
+TEST_F(Import, CheckedRowsReachTheHostWithColumnsFromTheMappingRow)
+{
+    onRow = [](ImportRow *row, QString &status, bool &skip) {
+        status = u"seen "_s % row->Item(u"Name"_s)->Data().toString();
+        skip = row->Item(u"Name"_s)->Data() == u"b"_s;
+    };
+    openTextToMapping("a,10.0.0.1,x,y\nb,10.0.0.2,p,q\nc,none,r,s");
+    wizard->afterEdit(0, 0, u"Name"_s);
+    wizard->next();
+    EXPECT_EQ(checks(), u"112"_s);
+    wizard->next(); // no options: straight on to the import
+
+    ASSERT_EQ(panel(), Panel::ImportPanel);
+    // Both "<ignore>" cells go to the row, the second overwriting the first.
+    EXPECT_EQ(rows, (QList<SeenRow>{{u"Name=a"_s, u"IP=10.0.0.1"_s, u"<ignore>=y"_s},
+                                    {u"Name=b"_s, u"IP=10.0.0.2"_s, u"<ignore>=q"_s}}));
+    EXPECT_EQ(wizard->importedCount(), 1);
+    EXPECT_EQ(wizard->skippedCount(), 1);
+    const WizardState &state = wizard->state();
+    EXPECT_EQ(state.importStatus, u"Import Complete\r\nImported 1 rows\r\nSkipped 1 rows"_s);
+    EXPECT_EQ(state.progress, 100);
+    EXPECT_EQ(state.cancelCaption, u"Done"_s);
+    EXPECT_FALSE(state.nextVisible);
+    EXPECT_FALSE(state.backVisible);
+    EXPECT_EQ(completed, 1);
+    EXPECT_FALSE(wizard->result());
+    EXPECT_TRUE(view.messages().isEmpty());
+}
+
+TEST_F(Import, ProgressIsShownEveryTenRowsOfTheGrid)
+{
+    QList<int> progress;
+    view.setStateObserver([&](const WizardState &state) {
+        if (state.currentPanel == Panel::ImportPanel
+            && (progress.isEmpty() || progress.last() != state.progress))
+            progress.append(state.progress);
+    });
+    onRow = [](ImportRow *, QString &, bool &skip) { skip = true; };
+    openTextToSelection(nodes(25));
+    wizard->next();
+    // 26 grid rows with the mapping row: r = 0, 10, 20 give 0, 38 and 76 per cent.
+    EXPECT_EQ(progress, (QList<int>{0, 38, 76, 100}));
+    EXPECT_EQ(wizard->importedCount(), 0);
+    EXPECT_EQ(wizard->skippedCount(), 25);
+    EXPECT_TRUE(wizard->state().importStatus.endsWith(u"Imported 0 rows\r\nSkipped 25 rows"_s));
+}
+
+TEST_F(Import, CancelStopsTheRunBeforeTheNextRow)
+{
+    onRow = [this](ImportRow *, QString &, bool &) {
+        if (rows.size() == 5) // a click that the user interface delivers when the run yields
+            QMetaObject::invokeMethod(
+                wizard.get(), [this] { wizard->cancel(); }, Qt::QueuedConnection);
+    };
+    openTextToSelection(nodes(20));
+    wizard->next();
+    EXPECT_EQ(rows.size(), 5);
+    EXPECT_TRUE(wizard->cancelled());
+    EXPECT_TRUE(view.closed());
+    EXPECT_EQ(completed, 0);
+    EXPECT_TRUE(wizard->result());
+    EXPECT_FALSE(wizard->state().importStatus.startsWith(u"Import Complete"_s));
+    EXPECT_EQ(wizard->state().cancelCaption, u"Cancel"_s);
+}
+
+TEST_F(Import, FailingHostsStopTheRunWithTheRowNamed)
+{
+    struct Case
+    {
+        const char *name;
+        std::function<void(ImportRow *, QString &, bool &)> handler;
+        const char *detail;
+    };
+    const Case cases[] = {
+        {"throws", [](ImportRow *, QString &, bool &) { throw std::runtime_error("disk full"); },
+         "disk full"},
+        {"throws_other", [](ImportRow *, QString &, bool &) { throw 42; }, ""},
+        {"deletes_row", [](ImportRow *row, QString &, bool &) { delete row; }, "deleted"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        rows.clear();
+        completed = 0;
+        restart();
+        onRow = [&](ImportRow *row, QString &status, bool &skip) {
+            if (rows.size() == 3)
+                c.handler(row, status, skip);
+        };
+        openTextToSelection(nodes(6));
+        wizard->next();
+        EXPECT_EQ(rows.size(), 3);
+        ASSERT_EQ(view.messages().size(), 1);
+        const HeadlessView::Message &message = view.messages().first();
+        EXPECT_EQ(message.icon, MessageIcon::Critical);
+        EXPECT_TRUE(message.text.startsWith(u"The import stopped at row 3"_s))
+            << message.text.toStdString();
+        EXPECT_TRUE(message.text.contains(QString::fromUtf8(c.detail)));
+        EXPECT_EQ(wizard->importedCount(), 2);
+        EXPECT_EQ(completed, 0);
+        EXPECT_TRUE(wizard->result());
+    }
+}
+
+TEST_F(Import, AnyNonZeroSkipFlagSkips)
+{
+    onRow = [](ImportRow *, QString &, bool &skip) {
+        const unsigned char odd = 2;
+        std::memcpy(&skip, &odd, sizeof odd);
+    };
+    openTextToSelection(nodes(3));
+    wizard->next();
+    EXPECT_EQ(wizard->skippedCount(), 3);
+    EXPECT_EQ(wizard->importedCount(), 0);
+    EXPECT_EQ(completed, 1);
+}
+
+} // namespace
+
+} // namespace MGImport8::Test

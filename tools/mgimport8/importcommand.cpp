@@ -1,0 +1,371 @@
+#include "importcommand.h"
+
+#include "output.h"
+
+#include "../../host/nodestore/nodestore.h"
+#include "common/yesno.h"
+#include "wizard/headlessview.h"
+#include "wizard/importgrid.h"
+#include "wizard/wizardcontroller.h"
+#include "wizard/wizardstate.h"
+
+#include <MGImport8/MGImport8.h>
+
+#include <QCommandLineParser>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8::Tool {
+
+namespace {
+
+constexpr int Completed = 0;
+constexpr int InputUnreadable = 1;
+constexpr int CheckFailed = 2;
+constexpr int UsageError = 2;
+constexpr int YieldIntervalMs = 100;
+
+const QStringList WorkbookSuffixes = {u"xls"_s, u"xlsx"_s, u"xlsm"_s, u"ods"_s};
+const QStringList AccessSuffixes = {u"mdb"_s, u"accdb"_s};
+const QString MappingIgnore = u"<ignore>"_s;
+
+QString jsonString(const QString &text)
+{
+    const QByteArray array = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
+    return QString::fromUtf8(array.mid(1).chopped(1));
+}
+
+// One row as a JSON object, columns in the row's own order (QJsonObject would sort them).
+QString rowToJson(const ImportRow &row)
+{
+    QStringList members;
+    for (const ImportColumn *column : row)
+        members.append(jsonString(column->Column()) + u": "_s
+                       + jsonString(column->Data().toString()));
+    return u"{"_s + members.join(u", "_s) + u"}"_s;
+}
+
+struct Options
+{
+    QString file;
+    QString columns = u"Name,IP"_s;
+    QString required = u"IP"_s;
+    QString ipColumn = u"IP"_s;
+    QList<std::pair<QString, bool>> importOptions;
+    QString method;
+    std::optional<QString> delimiters;
+    QList<std::pair<QString, QString>> maps;
+    bool allRows = false;
+    QString into;
+};
+
+// "\t" in the delimiter text stands for a tab, "\\" for a backslash.
+QString unescapeDelimiters(const QString &text)
+{
+    QString result;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == u'\\' && i + 1 < text.size()
+            && (text[i + 1] == u't' || text[i + 1] == u'\\')) {
+            result += text[i + 1] == u't' ? u'\t' : u'\\';
+            ++i;
+        } else {
+            result += text[i];
+        }
+    }
+    return result;
+}
+
+std::optional<Options> parseOptions(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"Imports FILE as the Import Wizard would, acting as a host: one JSON object per imported "
+        "row on standard output, the summary on standard error."_s);
+    parser.addHelpOption();
+    const QCommandLineOption columns(u"columns"_s, u"Target columns (default Name,IP)."_s,
+                                     u"LIST"_s);
+    const QCommandLineOption required(u"required"_s, u"Required columns (default IP)."_s, u"LIST"_s);
+    const QCommandLineOption ipColumn(u"ip-column"_s,
+                                      u"Column that carries the IP address (default IP)."_s,
+                                      u"NAME"_s);
+    const QCommandLineOption option(u"option"_s, u"Adds an import option (repeatable)."_s,
+                                    u"NAME=yes|no"_s);
+    const QCommandLineOption
+        method(u"method"_s, u"Import method by name (default: chosen by the file's extension)."_s,
+               u"NAME"_s);
+    const QCommandLineOption
+        delimiters(u"delimiters"_s,
+                   u"Delimiter characters; \\t is a tab (default: the method's)."_s, u"TEXT"_s);
+    const QCommandLineOption
+        map(u"map"_s,
+            u"Binds a source column (1-based number or header text) to a target "
+            "column (repeatable)."_s,
+            u"SOURCE=TARGET"_s);
+    const QCommandLineOption rows(u"rows"_s,
+                                  u"auto (rows with valid addresses) or all (default auto)."_s,
+                                  u"auto|all"_s, u"auto"_s);
+    const QCommandLineOption into(u"into"_s,
+                                  u"Imports into this node store (SQLite) instead of printing."_s,
+                                  u"FILE"_s);
+    parser.addOptions({columns, required, ipColumn, option, method, delimiters, map, rows, into});
+    parser.addPositionalArgument(u"FILE"_s, u"The file to import."_s);
+
+    if (!parser.parse(arguments)) {
+        err() << "mgimport8 import: " << parser.errorText() << '\n';
+        return std::nullopt;
+    }
+    if (parser.isSet(u"help"_s)) {
+        out() << parser.helpText().replace("mgimport8 [options]"_L1,
+                                           "mgimport8 import [options]"_L1);
+        return Options{};
+    }
+    if (parser.positionalArguments().size() != 1) {
+        err() << "mgimport8 import: name exactly one FILE to import\n";
+        return std::nullopt;
+    }
+
+    Options result;
+    result.file = parser.positionalArguments().first();
+    if (parser.isSet(columns))
+        result.columns = parser.value(columns);
+    if (parser.isSet(required))
+        result.required = parser.value(required);
+    if (parser.isSet(ipColumn))
+        result.ipColumn = parser.value(ipColumn);
+    for (const QString &value : parser.values(option)) {
+        const qsizetype equals = value.indexOf(u'=');
+        if (equals <= 0) {
+            err() << "mgimport8 import: --option wants NAME=yes|no, not '" << value << "'\n";
+            return std::nullopt;
+        }
+        result.importOptions.append({value.left(equals), IsTrue(value.mid(equals + 1))});
+    }
+    result.method = parser.value(method);
+    if (parser.isSet(delimiters))
+        result.delimiters = unescapeDelimiters(parser.value(delimiters));
+    for (const QString &value : parser.values(map)) {
+        const qsizetype equals = value.lastIndexOf(u'=');
+        if (equals <= 0) {
+            err() << "mgimport8 import: --map wants SOURCE=TARGET, not '" << value << "'\n";
+            return std::nullopt;
+        }
+        result.maps.append({value.left(equals), value.mid(equals + 1)});
+    }
+    const QString rowChoice = parser.value(rows);
+    if (rowChoice != "auto"_L1 && rowChoice != "all"_L1) {
+        err() << "mgimport8 import: --rows is auto or all, not '" << rowChoice << "'\n";
+        return std::nullopt;
+    }
+    result.allRows = rowChoice == "all"_L1;
+    result.into = parser.value(into);
+    return result;
+}
+
+// The row of the method list to choose: by name, or by the file's extension as a user would.
+int methodRow(const ImportTypes &catalogue, const Options &options)
+{
+    int row = 0;
+    if (!options.method.isEmpty()) {
+        for (const ImportType *method : catalogue) {
+            if (method->Name().compare(options.method, Qt::CaseInsensitive) == 0)
+                return row;
+            ++row;
+        }
+        return -1;
+    }
+    const QString suffix = QFileInfo(options.file).suffix().toLower();
+    auto wants = [&](const ImportType &method) {
+        if (WorkbookSuffixes.contains(suffix))
+            return method.HasPanelList() && method.IncludePanel(u"SpreadsheetPanel"_s);
+        if (AccessSuffixes.contains(suffix))
+            return method.Method().compare(u"IMPORTACCESS"_s, Qt::CaseInsensitive) == 0;
+        return method.Method().compare(u"IMPORTTEXT"_s, Qt::CaseInsensitive) == 0;
+    };
+    for (const ImportType *method : catalogue) {
+        if (method->Enabled() && wants(*method))
+            return row;
+        ++row;
+    }
+    return -1;
+}
+
+// The delimiter boxes as the user would tick them: the four fixed boxes for their characters,
+// everything else into the "other" text, in one change so the file is read once.
+void applyDelimiters(WizardController &wizard, const QString &delimiters)
+{
+    static constexpr char16_t boxes[] = {u'\t', u';', u',', u' '};
+    std::array<bool, DelimiterBoxCount> checked{};
+    QString other;
+    for (QChar c : delimiters) {
+        const auto box = std::find(std::begin(boxes), std::end(boxes), c.unicode());
+        if (box != std::end(boxes))
+            checked[size_t(box - std::begin(boxes))] = true;
+        else if (!other.contains(c))
+            other += c;
+    }
+    checked[OtherDelimiterBox] = !other.isEmpty();
+    wizard.setDelimiters(checked, other);
+}
+
+// The source column a --map names: its 1-based number, or the text of its header cell (the
+// "HEADER:" row when there is one, else the first data row).
+int sourceColumn(const ImportGrid &grid, const QString &source)
+{
+    bool isNumber = false;
+    const int number = source.toInt(&isNumber);
+    if (isNumber)
+        return number >= 1 && number <= grid.columnCount() ? number - 1 : -1;
+    qsizetype headerRow = grid.rowCount() > 1 ? 1 : -1;
+    for (qsizetype row = 1; row < grid.rowCount(); ++row) {
+        if (grid.text(row, 0).contains(u"HEADER:"_s, Qt::CaseInsensitive)
+            || grid.rowTag(row) == "FieldHeader"_L1) {
+            headerRow = row;
+            break;
+        }
+    }
+    if (headerRow < 0)
+        return -1;
+    for (int column = 0; column < grid.columnCount(); ++column) {
+        QString header = grid.text(headerRow, column).trimmed();
+        if (column == 0 && header.startsWith(u"HEADER:"_s, Qt::CaseInsensitive))
+            header = header.mid(7).trimmed();
+        if (header.compare(source, Qt::CaseInsensitive) == 0)
+            return column;
+    }
+    return -1;
+}
+
+bool applyMaps(WizardController &wizard, const Engine &engine, const Options &options)
+{
+    const QStringList targets = engine.Columns().split(u',', Qt::SkipEmptyParts);
+    for (const auto &[source, target] : options.maps) {
+        const int column = sourceColumn(wizard.grid(), source);
+        if (column < 0) {
+            err() << "mgimport8 import: --map: no source column '" << source << "'\n";
+            return false;
+        }
+        QString choice;
+        if (target.compare(MappingIgnore, Qt::CaseInsensitive) == 0)
+            choice = MappingIgnore;
+        for (const QString &name : targets) {
+            if (name.compare(target, Qt::CaseInsensitive) == 0)
+                choice = name;
+        }
+        if (choice.isEmpty()) {
+            err() << "mgimport8 import: --map: '" << target << "' is not one of the columns "
+                  << engine.Columns() << '\n';
+            return false;
+        }
+        if (wizard.beforeEdit(0, column))
+            wizard.afterEdit(0, column, choice);
+    }
+    return true;
+}
+
+} // namespace
+
+int runImport(const QStringList &arguments)
+{
+    const std::optional<Options> parsed = parseOptions(arguments);
+    if (!parsed)
+        return UsageError;
+    const Options &options = *parsed;
+    if (options.file.isEmpty())
+        return Completed; // --help
+
+    Engine engine;
+    engine.setColumns(options.columns);
+    engine.setRequiredColumns(options.required);
+    engine.setIPColumn(options.ipColumn);
+    for (const auto &[name, value] : options.importOptions)
+        engine.ImportOptions()->Add(name, name, value);
+
+    NodeInventory::NodeStore store;
+    const bool intoStore = !options.into.isEmpty();
+    if (intoStore && (!store.open(options.into) || !store.begin())) {
+        err() << "mgimport8 import: cannot open the node store " << options.into << ": "
+              << store.lastError() << '\n';
+        return InputUnreadable;
+    }
+    const ImportOption *overwriteOption = engine.ImportOptions()->Item(u"Overwrite"_s);
+    const bool overwrite = !overwriteOption || overwriteOption->Value();
+
+    QObject::connect(&engine, &Engine::NewRow, [&](ImportRow *row, QString &status, bool &skip) {
+        if (!intoStore) {
+            out() << rowToJson(*row) << '\n';
+            return;
+        }
+        const NodeInventory::NodeStore::Applied applied = store.apply(*row, options.ipColumn,
+                                                                      overwrite);
+        status = applied.status;
+        skip = applied.outcome == NodeInventory::NodeStore::Outcome::Skipped;
+        out() << "{\"Status\": " << jsonString(status)
+              << ", \"Skip\": " << (skip ? "true" : "false") << ", \"Row\": " << rowToJson(*row)
+              << "}\n";
+    });
+
+    HeadlessView view(&err());
+    view.setFileAnswer(options.file);
+    // Nothing on the command line cancels mid-row; a few event-loop passes a second are plenty.
+    view.setYieldInterval(YieldIntervalMs);
+    WizardController wizard(engine, view);
+    wizard.start();
+
+    const int row = methodRow(wizard.catalogue(), options);
+    if (row < 0) {
+        err() << "mgimport8 import: "
+              << (options.method.isEmpty() ? u"no import method reads this kind of file"_s
+                                           : u"no import method named '%1'"_s.arg(options.method))
+              << '\n';
+        return UsageError;
+    }
+    wizard.selectMethodRow(row);
+    wizard.setFilename(options.file);
+
+    bool delimitersDone = false;
+    bool mapsDone = false;
+    bool rowsDone = false;
+    while (wizard.state().currentPanel != Panel::ImportPanel) {
+        const Panel panel = wizard.state().currentPanel;
+        const qsizetype messagesBefore = view.messages().size();
+        if (panel == Panel::DelimiterPanel && options.delimiters && !delimitersDone) {
+            applyDelimiters(wizard, *options.delimiters);
+            delimitersDone = true;
+        } else if (panel == Panel::MapPanel && !mapsDone) {
+            if (!applyMaps(wizard, engine, options))
+                return UsageError;
+            mapsDone = true;
+        } else if (panel == Panel::PreviewPanel && options.allRows && !rowsDone) {
+            wizard.checkAll();
+            rowsDone = true;
+        }
+        if (view.messages().size() == messagesBefore)
+            wizard.next();
+        if (wizard.state().currentPanel == panel || view.messages().size() != messagesBefore) {
+            // The wizard stayed where it was: its message has been printed already.
+            if (view.messages().isEmpty())
+                return CheckFailed;
+            return view.messages().last().icon == MessageIcon::Exclamation ? CheckFailed
+                                                                           : InputUnreadable;
+        }
+    }
+
+    if (wizard.result()) {
+        // The import panel was reached but the run did not complete (a host handler failed).
+        if (intoStore)
+            store.rollback();
+        return InputUnreadable;
+    }
+    if (intoStore && !store.commit()) {
+        err() << "mgimport8 import: the node store could not be written: " << store.lastError()
+              << '\n';
+        return InputUnreadable;
+    }
+    err() << forTerminal(wizard.state().importStatus) << '\n';
+    return Completed;
+}
+
+} // namespace MGImport8::Tool
