@@ -2,6 +2,7 @@
 
 #include <QtGlobal>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -15,22 +16,20 @@
 
 namespace MGImport8 {
 
-/// Huge pages are this large; blocks of at least two of them are worth backing with them.
-inline constexpr std::size_t hugePageSize = std::size_t(2) << 20;
-
-/// Asks the kernel to back a large block with huge pages where it can, before the block is first
-/// written: filling a file's worth of fresh memory then takes one page fault per two megabytes
-/// instead of one per four kilobytes. The advice covers the block's whole pages, so that a block
-/// mapped on its own stays one mapping and can still be remapped. A hint only.
-inline void adviseHugePages(void *block, std::size_t size)
+/// Gives a large block its memory pages before it is written, in one call, instead of one page
+/// fault per four kilobytes while it is filled; for a file's worth of memory that halves the time
+/// the system spends handing out pages. Huge pages are not asked for: where they are not free at
+/// once the system stops to assemble them, which makes one reading in several seconds slower.
+/// A hint only; systems without it fault the pages in as usual.
+inline void prefault(void *block, std::size_t size)
 {
-#if defined(MADV_HUGEPAGE)
-    if (size < 2 * hugePageSize)
-        return;
+#if defined(MADV_POPULATE_WRITE)
     static const auto page = std::uintptr_t(::sysconf(_SC_PAGESIZE));
-    const auto begin = reinterpret_cast<std::uintptr_t>(block) & ~(page - 1);
-    const auto end = (reinterpret_cast<std::uintptr_t>(block) + size + page - 1) & ~(page - 1);
-    ::madvise(reinterpret_cast<void *>(begin), end - begin, MADV_HUGEPAGE);
+    // Whole pages inside the block only: the pages at its edges may belong to other data.
+    const auto begin = (reinterpret_cast<std::uintptr_t>(block) + page - 1) & ~(page - 1);
+    const auto end = (reinterpret_cast<std::uintptr_t>(block) + size) & ~(page - 1);
+    if (end > begin)
+        ::madvise(reinterpret_cast<void *>(begin), end - begin, MADV_POPULATE_WRITE);
 #else
     Q_UNUSED(block);
     Q_UNUSED(size);
@@ -51,21 +50,10 @@ public:
     ~PodArray() { release(); }
     PodArray(const PodArray &) = delete;
     PodArray &operator=(const PodArray &) = delete;
-    PodArray(PodArray &&other) noexcept
-        : m_data(std::exchange(other.m_data, nullptr))
-        , m_size(std::exchange(other.m_size, 0))
-        , m_capacity(std::exchange(other.m_capacity, 0))
-    {}
-    PodArray &operator=(PodArray &&other) noexcept
-    {
-        std::swap(m_data, other.m_data);
-        std::swap(m_size, other.m_size);
-        std::swap(m_capacity, other.m_capacity);
-        return *this;
-    }
 
     qsizetype size() const { return m_size; }
     bool isEmpty() const { return m_size == 0; }
+    /// Values the array holds memory for.
     qsizetype capacity() const { return m_capacity; }
     const T *data() const { return m_data; }
     T *data() { return m_data; }
@@ -76,135 +64,139 @@ public:
     [[gnu::always_inline]] void append(T value)
     {
         if (m_size == m_capacity) [[unlikely]]
-            reallocate(grownCapacity(m_size + 1));
+            grow(m_size + 1);
         m_data[m_size++] = value;
     }
     /// Makes room for `extra` more values past the size.
     void reserveExtra(qsizetype extra)
     {
         if (m_capacity - m_size < extra) [[unlikely]]
-            reallocate(grownCapacity(m_size + extra));
+            grow(m_size + extra);
     }
-    /// For an empty array: sets aside address space for `capacity` values up front, which costs
-    /// memory only as values are written, so an array whose final size is unknown but bounded
-    /// never moves. Without address space to spare the array grows as usual.
+    /// Sets the size after values were written into the room reserveExtra() made.
+    void setSize(qsizetype size) { m_size = size; }
+    /// For an empty array: sets aside address space for `capacity` values up front. Memory is
+    /// taken only as the array grows into it, and an array whose final size is unknown but
+    /// bounded never moves. Without address space to spare the array grows as usual.
     void reserveAddressSpace(qsizetype capacity)
     {
-        if (m_capacity != 0 || !isMapped(capacity))
+        if (m_data || !isLarge(capacity))
             return;
-        // Start on a huge page boundary, so that every huge page of the array can be one.
-        static const auto page = std::size_t(::sysconf(_SC_PAGESIZE));
-        const std::size_t length = (bytes(capacity) + page - 1) & ~(page - 1);
-        void *mapping = ::mmap(nullptr, length + hugePageSize, PROT_READ | PROT_WRITE,
+        void *mapping = ::mmap(nullptr, bytes(capacity), PROT_READ | PROT_WRITE,
                                MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
         if (mapping == MAP_FAILED)
             return;
-        const auto start = reinterpret_cast<std::uintptr_t>(mapping);
-        const auto aligned = (start + hugePageSize - 1) & ~(hugePageSize - 1);
-        if (aligned > start)
-            ::munmap(mapping, aligned - start);
-        const std::size_t tail = hugePageSize - (aligned - start);
-        if (tail > 0)
-            ::munmap(reinterpret_cast<void *>(aligned + length), tail);
-        m_data = reinterpret_cast<T *>(aligned);
-        m_capacity = qsizetype(length / sizeof(T));
-        adviseHugePages(m_data, length);
+        m_data = static_cast<T *>(mapping);
+        m_mapped = bytes(capacity);
     }
-    /// Sets the size after values were written into the reserved room.
-    void setSize(qsizetype size) { m_size = size; }
     void clear() { m_size = 0; }
     void release()
     {
-        if (isMapped(m_capacity))
-            ::munmap(m_data, bytes(m_capacity));
+        if (m_mapped)
+            ::munmap(m_data, m_mapped);
         else
             std::free(m_data);
         m_data = nullptr;
         m_size = m_capacity = 0;
+        m_mapped = 0;
     }
-    /// Gives back the unused tail of the block.
+    /// Gives back the memory past the size.
     void squeeze()
     {
         if (m_size == 0)
             release();
-        else if (m_capacity != m_size)
-            reallocate(m_size);
+        else if (m_capacity != m_size || m_mapped > bytes(m_size))
+            resize(m_size);
     }
 
 private:
-    // Blocks from this size on are mapped on their own; under AddressSanitizer every block stays
+    // Arrays from this size on are mapped on their own. Under AddressSanitizer every array stays
     // on the heap, where overruns are caught.
 #if defined(__SANITIZE_ADDRESS__)
-    static constexpr std::size_t mappedBytes = std::numeric_limits<std::size_t>::max();
+    static constexpr std::size_t largeBytes = std::numeric_limits<std::size_t>::max();
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
-    static constexpr std::size_t mappedBytes = std::numeric_limits<std::size_t>::max();
+    static constexpr std::size_t largeBytes = std::numeric_limits<std::size_t>::max();
 #else
-    static constexpr std::size_t mappedBytes = std::size_t(1) << 20;
+    static constexpr std::size_t largeBytes = std::size_t(1) << 20;
 #endif
 #else
-    static constexpr std::size_t mappedBytes = std::size_t(1) << 20;
+    static constexpr std::size_t largeBytes = std::size_t(1) << 20;
 #endif
     static constexpr qsizetype minimumCapacity = 1024;
+    // A large array takes its pages in steps of an eighth of its size, within these bounds.
+    static constexpr std::size_t minimumStep = std::size_t(1) << 20;
+    static constexpr std::size_t maximumStep = std::size_t(32) << 20;
 
     static std::size_t bytes(qsizetype count)
     {
         return std::size_t(count) * sizeof(T);
     }
-    static bool isMapped(qsizetype capacity)
+    static bool isLarge(qsizetype count)
     {
-        return bytes(capacity) >= mappedBytes;
+        return bytes(count) >= largeBytes;
     }
 
-    qsizetype grownCapacity(qsizetype needed) const
+    [[gnu::noinline]] void grow(qsizetype needed)
     {
-        // Half as much again each time: few reallocations, and little slack at the end.
-        return qMax(qMax(m_capacity + m_capacity / 2, minimumCapacity), needed);
+        if (!m_mapped) {
+            // Half as much again each time: few reallocations, and little slack at the end.
+            resize(qMax(qMax(m_capacity + m_capacity / 2, minimumCapacity), needed));
+            if (!m_mapped)
+                return;
+        }
+        // A mapping takes its pages a step at a time, remapped larger when it is full.
+        const std::size_t step = std::clamp(bytes(m_size) / 8, minimumStep, maximumStep);
+        const std::size_t wanted = std::max(bytes(needed), bytes(m_capacity) + step);
+        if (wanted > m_mapped)
+            resize(qsizetype(std::max(bytes(needed), m_mapped + m_mapped / 2) / sizeof(T)));
+        const std::size_t populated = std::min(wanted, m_mapped);
+        prefault(reinterpret_cast<char *>(m_data) + bytes(m_capacity),
+                 populated - bytes(m_capacity));
+        m_capacity = qsizetype(populated / sizeof(T));
     }
 
-    [[gnu::noinline]] void reallocate(qsizetype capacity)
+    // Moves the values to a block for `capacity` values, keeping as many as fit.
+    [[gnu::noinline]] void resize(qsizetype capacity)
     {
-        const bool wasMapped = isMapped(m_capacity);
-        const bool mapped = isMapped(capacity);
         void *block = nullptr;
-        if (!wasMapped && !mapped) {
+        std::size_t mapped = 0;
+        if (!m_mapped && !isLarge(capacity)) {
             block = std::realloc(m_data, bytes(capacity));
-        } else if (wasMapped && mapped) {
-            block = ::mremap(m_data, bytes(m_capacity), bytes(capacity), MREMAP_MAYMOVE);
-            if (block == MAP_FAILED)
-                block = nullptr;
-            else
-                adviseHugePages(block, bytes(capacity));
+        } else if (m_mapped && isLarge(capacity)) {
+            block = ::mremap(m_data, m_mapped, bytes(capacity), MREMAP_MAYMOVE);
+            block = block == MAP_FAILED ? nullptr : block;
+            mapped = bytes(capacity);
         } else {
             // Between the heap and a mapping of its own: copy what is kept.
-            if (mapped) {
+            if (isLarge(capacity)) {
                 block = ::mmap(nullptr, bytes(capacity), PROT_READ | PROT_WRITE,
                                MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-                if (block == MAP_FAILED)
-                    block = nullptr;
-                else
-                    adviseHugePages(block, bytes(capacity));
+                block = block == MAP_FAILED ? nullptr : block;
+                mapped = bytes(capacity);
             } else {
                 block = std::malloc(bytes(capacity));
             }
-            if (block) {
-                if (m_size > 0)
-                    std::memcpy(block, m_data, bytes(qMin(m_size, capacity)));
-                if (wasMapped)
-                    ::munmap(m_data, bytes(m_capacity));
-                else
-                    std::free(m_data);
-            }
+            if (block && m_size > 0)
+                std::memcpy(block, m_data, bytes(std::min(m_size, capacity)));
+            if (block && m_mapped)
+                ::munmap(m_data, m_mapped);
+            else if (block)
+                std::free(m_data);
         }
         if (!block)
             throw std::bad_alloc();
         m_data = static_cast<T *>(block);
-        m_capacity = capacity;
+        m_mapped = mapped;
+        m_size = std::min(m_size, capacity);
+        // A mapping takes its pages as values arrive; a heap block has them all.
+        m_capacity = mapped ? std::min(m_capacity, capacity) : capacity;
     }
 
     T *m_data = nullptr;
     qsizetype m_size = 0;
     qsizetype m_capacity = 0;
+    std::size_t m_mapped = 0; // bytes of the array's own mapping; 0 on the heap
 };
 
 } // namespace MGImport8

@@ -68,7 +68,7 @@ Result<QByteArray> readWholeFile(const QString &path)
         return Error{tooLarge()};
 
     QByteArray bytes(qsizetype(info.st_size), Qt::Uninitialized);
-    adviseHugePages(bytes.data(), std::size_t(bytes.size()));
+    prefault(bytes.data(), std::size_t(bytes.size()));
     qsizetype done = 0;
     // A file that shrinks while it is read ends where its bytes end; one that grows is read as
     // large as it was when opened.

@@ -26,6 +26,7 @@ public:
         /// Adds a cell to the current row (starting the first row when there is none). Cells past
         /// 4 GiB of text in all stay empty.
         void addCell(QByteArrayView utf8);
+        void addCell(const QByteArray &utf8) { addCell(QByteArrayView(utf8)); }
         void addCell(const QString &text);
         /// The table built so far; the builder starts again empty.
         std::shared_ptr<const TextTable> finish();

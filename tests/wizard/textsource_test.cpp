@@ -300,4 +300,19 @@ TEST(TextTableBuilder, KeepsCellsAsGiven)
     EXPECT_EQ(rowsOf(*table), (Rows{{"\"quoted\"", "line\r\nbreak", ""}, {}, {"\u00E9\U0001F600"}}));
     EXPECT_EQ(table->maxColumns(), 3);
     EXPECT_EQ(builder.finish()->rowCount(), 0);
+
+    // Enough cells for the offsets to move from the heap into memory of their own.
+    constexpr int manyRows = 300'000;
+    for (int row = 0; row < manyRows; ++row) {
+        builder.addRow();
+        builder.addCell(QByteArray::number(row));
+        if (row % 3 == 0)
+            builder.addCell(QByteArrayView("x"));
+    }
+    const auto large = builder.finish();
+    ASSERT_EQ(large->rowCount(), manyRows);
+    EXPECT_EQ(large->text(0, 1), QStringLiteral("x"));
+    EXPECT_EQ(large->text(manyRows - 1, 0), QString::number(manyRows - 1));
+    EXPECT_EQ(large->cellCount(manyRows - 2), 1);
+    EXPECT_EQ(large->text(123'456, 0), QStringLiteral("123456"));
 }
