@@ -7,6 +7,8 @@
 #include "wizard/textdecoder.h"
 #include "wizard/textsource.h"
 
+#include "plainreading.h"
+
 #include <QList>
 #include <QString>
 #include <QStringDecoder>
@@ -42,37 +44,6 @@ const QString delimiterSets[] = {
     QStringLiteral("\"'"),
 };
 
-QList<QStringList> plainReading(const QString &decoded, const QString &delimiters)
-{
-    QString text = decoded;
-    text.remove(u'\r');
-    QList<QStringList> rows;
-    if (text.isEmpty())
-        return rows;
-    const QList<uint> set = delimiters.toUcs4();
-    for (const QString &line : text.split(u'\n')) {
-        QStringList fields;
-        const QList<uint> chars = line.toUcs4();
-        qsizetype start = 0;
-        while (start < chars.size()) {
-            qsizetype p = start;
-            while (p < chars.size() && !set.contains(chars[p]))
-                ++p;
-            // Character by character: QString::fromUcs4() would drop a U+FEFF at the start.
-            QString field;
-            for (qsizetype i = start; i < p; ++i)
-                field += QChar::fromUcs4(chars[i]);
-            if (field.size() >= 2 && (field.front() == u'"' || field.front() == u'\'')
-                && field.back() == field.front())
-                field = field.mid(1, field.size() - 2);
-            fields.append(field);
-            start = p + 1;
-        }
-        rows.append(fields);
-    }
-    return rows;
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -107,7 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     // Only the file's first byte-order mark is dropped; another one is text.
     QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
-    const QList<QStringList> expected = plainReading(utf8(text), delimiters);
+    const QList<QStringList> expected = Test::plainReading(utf8(text), delimiters);
     if (rows != expected) {
         for (qsizetype r = 0; r < std::max(rows.size(), expected.size()); ++r) {
             const QStringList got = rows.value(r);

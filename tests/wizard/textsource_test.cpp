@@ -8,6 +8,7 @@
 #include "wizard/textsource.h"
 #include "wizard/textsplitter.h"
 
+#include "plainreading.h"
 #include "testsupport.h"
 
 #include <QDir>
@@ -37,34 +38,14 @@ Rows rowsOf(const TextTable &table)
     return rows;
 }
 
-// The reading written as plainly as it can be: delete every carriage return, split on line
-// feeds, and take fields from the front of each line, unquoting each.
+// The plain reading in the form these tests compare.
 Rows plainReading(const QString &decoded, const QString &delimiters)
 {
-    QString text = decoded;
-    text.remove(u'\r');
     Rows rows;
-    if (text.isEmpty())
-        return rows;
-    const QList<uint> set = delimiters.toUcs4();
-    for (const QString &line : text.split(u'\n')) {
+    for (const QStringList &line : Test::plainReading(decoded, delimiters)) {
         std::vector<std::string> &fields = rows.emplace_back();
-        const QList<uint> chars = line.toUcs4();
-        qsizetype start = 0;
-        while (start < chars.size()) {
-            qsizetype p = start;
-            while (p < chars.size() && !set.contains(chars[p]))
-                ++p;
-            // Character by character: QString::fromUcs4() would drop a U+FEFF at the start.
-            QString field;
-            for (qsizetype i = start; i < p; ++i)
-                field += QChar::fromUcs4(chars[i]);
-            if (field.size() >= 2 && (field.front() == u'"' || field.front() == u'\'')
-                && field.back() == field.front())
-                field = field.mid(1, field.size() - 2);
+        for (const QString &field : line)
             fields.push_back(field.toStdString());
-            start = p + 1;
-        }
     }
     return rows;
 }
