@@ -32,12 +32,6 @@ const QStringList WorkbookSuffixes = {u"xls"_s, u"xlsx"_s, u"xlsm"_s, u"ods"_s};
 const QStringList AccessSuffixes = {u"mdb"_s, u"accdb"_s};
 const QString MappingIgnore = u"<ignore>"_s;
 
-QString jsonString(const QString &text)
-{
-    const QByteArray array = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
-    return QString::fromUtf8(array.mid(1).chopped(1));
-}
-
 // One row as a JSON object, columns in the row's own order (QJsonObject would sort them).
 QString rowToJson(const ImportRow &row)
 {

@@ -21,13 +21,6 @@ constexpr int AllLoaded = 0;
 constexpr int SomeFileFailed = 1;
 constexpr int UsageError = 2;
 
-// One JSON string, escaped as JSON requires.
-QString jsonString(const QString &text)
-{
-    const QByteArray array = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
-    return QString::fromUtf8(array.mid(1).chopped(1));
-}
-
 // Written by hand rather than through QJsonObject, which sorts its keys: the fields come in the
 // order of the method record, as an administrator reads them.
 QString methodToJson(const ImportType &method)
