@@ -8,6 +8,10 @@ packages=(
     cmake ninja-build g++ pkg-config git
     # libraries
     qt6-base-dev libqt6sql6-sqlite libpugixml-dev
+    # workbooks and Access databases
+    libzip-dev libfreexl-dev mdbtools-dev libxlsxwriter-dev
+    # database servers: ODBC with FreeTDS for SQL Server, libpq and the PostgreSQL server for tests
+    unixodbc-dev tdsodbc libqt6sql6-odbc libqt6sql6-psql libpq-dev postgresql-15
     # tests, fuzzing, formatting
     libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format
 )

@@ -25,8 +25,31 @@ void UnavailableSourceReader::report(const QString &source)
                        MessageIcon::Critical, {});
 }
 
-std::optional<QString> UnavailableSourceReader::serverConnectionString(const QString &databaseName)
+bool UnavailableSourceReader::discoverServers(const ImportType &method, QStringList &servers,
+                                              const std::function<void(const QString &)> &status)
 {
+    Q_UNUSED(method)
+    Q_UNUSED(status)
+    servers.clear();
+    report(u"SQL Server databases"_s);
+    return false;
+}
+
+bool UnavailableSourceReader::listDatabases(const ImportType &method, const ServerLogin &login,
+                                            QStringList &databases, QString &error)
+{
+    Q_UNUSED(method)
+    Q_UNUSED(login)
+    databases.clear();
+    error = u"Import from SQL Server databases is not available yet."_s;
+    return false;
+}
+
+std::optional<QString> UnavailableSourceReader::serverConnectionString(
+    const ImportType &method, const ServerLogin &login, const QString &databaseName)
+{
+    Q_UNUSED(method)
+    Q_UNUSED(login)
     Q_UNUSED(databaseName)
     report(u"SQL Server databases"_s);
     return std::nullopt;

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 namespace MGImport8 {
@@ -12,6 +13,16 @@ namespace MGImport8 {
 class ImportGrid;
 class ImportType;
 class WizardView;
+
+/// The database panel's choices: the server as typed or chosen (trimmed), the way to log in, and
+/// the SQL login. The password is never shown or logged.
+struct ServerLogin
+{
+    QString serverName;
+    bool integratedSecurity = true;
+    QString loginName;
+    QString password;
+};
 
 /// The sources the wizard reads through other readers than the text file: Access and SQL Server
 /// tables and workbook sheets. Each operation shows its own messages through the view and answers
@@ -21,9 +32,20 @@ class MGIMPORT8_EXPORT SourceReader
 public:
     virtual ~SourceReader() = default;
 
-    /// The SQL Server connection string for the database panel's choices, empty when no database
-    /// is chosen; nothing after a failure it has reported.
-    virtual std::optional<QString> serverConnectionString(const QString &databaseName) = 0;
+    /// Server discovery for the `ServerName` list: servers on the network, then registered ones,
+    /// each once. Reports its own failures through `status` (the panel's `StatusMessage`) or the
+    /// view, and answers false when discovery could not run.
+    virtual bool discoverServers(const ImportType &method, QStringList &servers,
+                                 const std::function<void(const QString &)> &status) = 0;
+    /// The databases of the chosen server, in the server's order; false with the management
+    /// layer's last error text in `error` when the server cannot be reached.
+    virtual bool listDatabases(const ImportType &method, const ServerLogin &login,
+                               QStringList &databases, QString &error) = 0;
+    /// The connection string for the database panel's choices, empty when no database is chosen;
+    /// nothing after a failure it has reported.
+    virtual std::optional<QString> serverConnectionString(const ImportType &method,
+                                                          const ServerLogin &login,
+                                                          const QString &databaseName) = 0;
     /// Lists the user tables of the method's database (its `ConnectionString`).
     virtual bool listTables(const ImportType &method, QStringList &tables) = 0;
     /// Reads a table or a "SELECT " query of the method's database into the grid, field names in
@@ -42,7 +64,13 @@ public:
         : m_view(view)
     {}
 
-    std::optional<QString> serverConnectionString(const QString &databaseName) override;
+    bool discoverServers(const ImportType &method, QStringList &servers,
+                         const std::function<void(const QString &)> &status) override;
+    bool listDatabases(const ImportType &method, const ServerLogin &login, QStringList &databases,
+                       QString &error) override;
+    std::optional<QString> serverConnectionString(const ImportType &method,
+                                                  const ServerLogin &login,
+                                                  const QString &databaseName) override;
     bool listTables(const ImportType &method, QStringList &tables) override;
     bool readTable(const ImportType &method, const QString &table, ImportGrid &grid) override;
     bool loadWorksheet(const ImportType &method, int sheet, ImportGrid &grid) override;

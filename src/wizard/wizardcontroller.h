@@ -2,6 +2,7 @@
 
 #include "wizard/importgrid.h"
 #include "wizard/optionslist.h"
+#include "wizard/sourcereader.h"
 #include "wizard/wizardstate.h"
 
 #include <MGImport8/mgimport8_export.h>
@@ -18,7 +19,6 @@ namespace MGImport8 {
 class Engine;
 class ImportType;
 class ImportTypes;
-class SourceReader;
 class WizardView;
 
 /// The Import Wizard's logic, free of widgets: the run state, the panels and their entry and exit
@@ -73,8 +73,19 @@ public:
     /// The `Filename` text box changed.
     void setFilename(const QString &filename);
 
-    // Database, table and spreadsheet panels
+    // Database panel
+    void setServerName(const QString &serverName);
+    /// `radioNTSecurity` (true) or `radioSQLSecurity` (false) clicked.
+    void setIntegratedSecurity(bool integrated);
+    void setLoginName(const QString &loginName);
+    void setLoginPassword(const QString &password);
+    /// The `ServerName` list is being opened: the login check, then server discovery.
+    void openServerList();
+    /// The `DatabaseName` list is being opened: lists the chosen server's databases.
+    void openDatabaseList();
     void setDatabaseName(const QString &databaseName);
+
+    // Table and spreadsheet panels
     /// A table chosen in `DatabaseTable`: read it into the grid.
     void selectTable(const QString &table);
     /// A worksheet chosen in `Worksheet` (position from 0): load it into the grid.
@@ -121,6 +132,9 @@ private:
     bool exitCheck();
     bool exitFilePanel();
     bool exitDatabasePanel();
+    /// The database panel's choices of server and login.
+    ServerLogin serverLogin() const;
+    void setStatusMessage(const QString &text);
     bool readDatabaseSource();
     bool readTextFile();
     /// What a reading of the text file depends on: the file and the delimiter set.

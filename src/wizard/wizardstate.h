@@ -73,8 +73,19 @@ struct WizardState
     QString selectFileDescription;
     QString filename;
 
-    /// Database panel: the database drop-down list `DatabaseName`.
+    /// Database panel: the server drop-down list `ServerName` (its entries and its text), the
+    /// security choice (`radioNTSecurity` when integrated, `radioSQLSecurity` otherwise; the frame
+    /// `SQLLoginFrame` is enabled only with SQL security), `LoginName`, `LoginPassword`, the
+    /// database drop-down list `DatabaseName` (entries and text), and `StatusMessage`, shown while
+    /// it is not empty.
+    QStringList servers;
+    QString serverName;
+    bool integratedSecurity = true;
+    QString loginName;
+    QString loginPassword;
+    QStringList databases;
     QString databaseName;
+    QString statusMessage;
 
     /// Table panel: `SelectTableDescription` and the drop-down list `DatabaseTable`.
     QString selectTableDescription;

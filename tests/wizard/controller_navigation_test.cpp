@@ -284,7 +284,20 @@ TEST_F(Navigation, DatabaseAndWorkbookSourcesSayTheyAreNotAvailable)
 class TableSource : public SourceReader
 {
 public:
-    std::optional<QString> serverConnectionString(const QString &) override { return QString(); }
+    bool discoverServers(const ImportType &, QStringList &,
+                         const std::function<void(const QString &)> &) override
+    {
+        return false;
+    }
+    bool listDatabases(const ImportType &, const ServerLogin &, QStringList &, QString &) override
+    {
+        return false;
+    }
+    std::optional<QString> serverConnectionString(const ImportType &, const ServerLogin &,
+                                                  const QString &) override
+    {
+        return QString();
+    }
     bool listTables(const ImportType &, QStringList &tables) override
     {
         tables = {u"Nodes"_s, u"Empty"_s};
