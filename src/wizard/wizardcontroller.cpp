@@ -6,7 +6,7 @@
 #include "wizard/delimiterchoice.h"
 #include "wizard/gridrules.h"
 #include "wizard/importrun.h"
-#include "wizard/sourcereader.h"
+#include "wizard/standardsourcereader.h"
 #include "wizard/wizardview.h"
 
 #include <MGImport8/engine.h>
@@ -65,7 +65,7 @@ WizardController::WizardController(Engine &engine, WizardView &view, QObject *pa
     , m_engine(engine)
     , m_view(view)
     , m_catalogue(std::make_unique<ImportTypes>())
-    , m_sources(std::make_unique<UnavailableSourceReader>(view))
+    , m_sources(std::make_unique<StandardSourceReader>(view))
 {
     m_state.nextCaption = nextCaption;
     m_state.cancelCaption = cancelCaption;
