@@ -1,0 +1,34 @@
+#pragma once
+
+#include "nodeinventory/nodetablemodel.h"
+#include "nodestore/nodestore.h"
+
+#include <QMainWindow>
+
+class QLabel;
+class QTableView;
+
+namespace NodeInventory {
+
+/// Node Inventory's window: the nodes in a table, an Import button that opens the Import Wizard,
+/// and a status line saying what the last import did.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(NodeStore &store, QWidget *parent = nullptr);
+
+    /// Runs the Import Wizard and shows what it changed.
+    void importNodes();
+    /// Shows the store's nodes again.
+    void refresh();
+
+private:
+    NodeStore &m_store;
+    NodeTableModel *m_model = nullptr;
+    QTableView *m_table = nullptr;
+    QLabel *m_status = nullptr;
+};
+
+} // namespace NodeInventory
