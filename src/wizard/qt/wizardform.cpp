@@ -28,6 +28,8 @@ namespace {
 
 /// The window's size when it opens, in pixels.
 constexpr QSize InitialSize(760, 560);
+/// The longest a step runs without a pass of the event loop, in milliseconds.
+constexpr qint64 YieldIntervalMs = 20;
 /// How much larger than the text the title label is.
 constexpr double TitleScale = 1.4;
 
@@ -188,8 +190,13 @@ void WizardForm::setBusy(bool busy)
 
 void WizardForm::yield()
 {
-    // Repaints the window and takes clicks (Cancel) between rows of a long import.
+    // Repaints the window and takes clicks (Cancel) between rows of a long import. A pass of the
+    // event loop costs far more than a row, so it runs a few dozen times a second: often enough
+    // for the eye and for Cancel to stop the loop before the user notices.
+    if (m_sinceYield.isValid() && m_sinceYield.elapsed() < YieldIntervalMs)
+        return;
     QCoreApplication::processEvents(QEventLoop::AllEvents);
+    m_sinceYield.start();
 }
 
 void WizardForm::stateChanged(const WizardState &state)

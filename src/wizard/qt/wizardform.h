@@ -5,6 +5,7 @@
 #include <MGImport8/mgimport8_export.h>
 
 #include <QDialog>
+#include <QElapsedTimer>
 
 #include <memory>
 
@@ -64,6 +65,7 @@ private:
     QPushButton *m_back = nullptr;
     QPushButton *m_next = nullptr;
     QPushButton *m_cancel = nullptr;
+    QElapsedTimer m_sinceYield;
     bool m_busy = false;
     bool m_closing = false;
 };
