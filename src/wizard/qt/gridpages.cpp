@@ -1,0 +1,176 @@
+#include "wizard/qt/gridpages.h"
+
+#include "wizard/qt/widgetmirror.h"
+#include "wizard/wizardcontroller.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QTableWidget>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8 {
+
+namespace {
+
+/// The import reports progress from 0 to 100.
+constexpr int ProgressMaximum = 100;
+/// The options list's check column is as wide as this text.
+const QString checkColumnSample = u"XXX"_s;
+
+QWidget *newPage(Panel panel, const QString &description, const QString &descriptionName)
+{
+    auto *page = new QWidget;
+    page->setObjectName(panelKey(panel));
+    auto *layout = new QVBoxLayout(page);
+    auto *label = new QLabel(description, page);
+    label->setObjectName(descriptionName);
+    label->setWordWrap(true);
+    layout->addWidget(label);
+    return page;
+}
+
+QPushButton *newButton(const QString &caption, const QString &name, QWidget *parent)
+{
+    auto *button = new QPushButton(caption, parent);
+    button->setObjectName(name);
+    return button;
+}
+
+} // namespace
+
+GridPages::GridPages(WizardController &controller, QObject *parent)
+    : QObject(parent)
+    , m_controller(controller)
+{}
+
+void GridPages::addPages(QStackedWidget *stack)
+{
+    stack->addWidget(mapPage());
+    stack->addWidget(filterPage());
+    stack->addWidget(previewPage());
+    stack->addWidget(optionsPage());
+    stack->addWidget(importPage());
+}
+
+QWidget *GridPages::mapPage()
+{
+    QWidget *page = newPage(Panel::MapPanel,
+                            u"Choose, in the grey top row, the field that each column holds. "
+                            u"Columns left at <ignore> are not imported."_s,
+                            u"MapDescription"_s);
+    static_cast<QBoxLayout *>(page->layout())->addStretch(1);
+    return page;
+}
+
+QWidget *GridPages::filterPage()
+{
+    QWidget *page = newPage(Panel::FilterPanel, u"Filter the Import rows"_s, u"FilterDescription"_s);
+    auto *layout = static_cast<QBoxLayout *>(page->layout());
+    auto *note = new QLabel(u"Filters can be applied to each column."_s, page);
+    note->setObjectName(u"FilterNote"_s);
+    auto *filters = new QTableWidget(page);
+    filters->setObjectName(u"FilterTable"_s);
+    layout->addWidget(note);
+    layout->addWidget(filters, 1);
+    return page;
+}
+
+QWidget *GridPages::previewPage()
+{
+    QWidget *page = newPage(Panel::PreviewPanel,
+                            u"Tick the rows to import. Click a tick box, or select rows and "
+                            u"press the space bar, to change them."_s,
+                            u"PreviewDescription"_s);
+    auto *buttons = new QHBoxLayout;
+    QPushButton *all = newButton(u"Check &All"_s, u"cmdCheckAll"_s, page);
+    QPushButton *none = newButton(u"&Uncheck All"_s, u"cmdUnCheckAll"_s, page);
+    QPushButton *toggle = newButton(u"&Toggle"_s, u"cmdToggle"_s, page);
+    buttons->addWidget(all);
+    buttons->addWidget(none);
+    buttons->addWidget(toggle);
+    buttons->addStretch(1);
+    static_cast<QBoxLayout *>(page->layout())->addLayout(buttons);
+
+    connect(all, &QPushButton::clicked, this, [this] { m_controller.checkAll(); });
+    connect(none, &QPushButton::clicked, this, [this] { m_controller.uncheckAll(); });
+    connect(toggle, &QPushButton::clicked, this, [this] { m_controller.toggle(); });
+    return page;
+}
+
+QWidget *GridPages::optionsPage()
+{
+    QWidget *page = newPage(Panel::OptionsPanel, u"Choose how the Nodes are imported."_s,
+                            u"OptionsDescription"_s);
+    m_options = new QTableWidget(0, 2, page);
+    m_options->setObjectName(u"OptionsList"_s);
+    m_options->horizontalHeader()->hide();
+    m_options->verticalHeader()->hide();
+    m_options->setShowGrid(false);
+    m_options->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_options->setSelectionMode(QAbstractItemView::NoSelection);
+    m_options->setColumnWidth(0, m_options->fontMetrics().horizontalAdvance(checkColumnSample));
+    m_options->horizontalHeader()->setStretchLastSection(true);
+    static_cast<QBoxLayout *>(page->layout())->addWidget(m_options, 1);
+
+    connect(m_options, &QTableWidget::cellClicked, this,
+            [this](int row) { m_controller.optionClicked(row); });
+    return page;
+}
+
+QWidget *GridPages::importPage()
+{
+    QWidget *page = newPage(Panel::ImportPanel, u"Importing the selected rows."_s,
+                            u"ImportDescription2"_s);
+    m_progress = new QProgressBar(page);
+    m_progress->setObjectName(u"ImportProgress"_s);
+    m_progress->setRange(0, ProgressMaximum);
+    m_importStatus = new QLabel(page);
+    m_importStatus->setObjectName(u"ImportStatus"_s);
+    m_importStatus->setWordWrap(true);
+    m_importStatus->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    auto *layout = static_cast<QBoxLayout *>(page->layout());
+    layout->addWidget(m_progress);
+    layout->addWidget(m_importStatus, 1);
+    return page;
+}
+
+void GridPages::show(const WizardState &state)
+{
+    showOptions(state);
+    if (m_progress->value() != state.progress)
+        m_progress->setValue(state.progress);
+    WidgetMirror::setText(m_importStatus, state.importStatus);
+}
+
+void GridPages::showOptions(const WizardState &state)
+{
+    const bool same = state.options.size() == m_shownOptions.size()
+                      && std::equal(state.options.cbegin(), state.options.cend(),
+                                    m_shownOptions.cbegin(),
+                                    [](const OptionListRow &a, const OptionListRow &b) {
+                                        return a.check == b.check && a.caption == b.caption;
+                                    });
+    if (same)
+        return;
+    m_shownOptions = state.options;
+    m_options->setRowCount(int(state.options.size()));
+    for (int row = 0; row < state.options.size(); ++row) {
+        const OptionListRow &option = state.options.at(row);
+        auto *check = new QTableWidgetItem;
+        // The wizard flips the option on the click; the box itself only shows it.
+        check->setFlags(Qt::ItemIsEnabled);
+        check->setCheckState(option.check == CheckState::Checked ? Qt::Checked : Qt::Unchecked);
+        m_options->setItem(row, 0, check);
+        auto *caption = new QTableWidgetItem(option.caption);
+        caption->setFlags(Qt::ItemIsEnabled);
+        m_options->setItem(row, 1, caption);
+    }
+}
+
+} // namespace MGImport8

@@ -1,0 +1,241 @@
+#include "wizard/qt/wizardform.h"
+
+#include "wizard/legacyfilefilter.h"
+#include "wizard/qt/gridpages.h"
+#include "wizard/qt/importgridmodel.h"
+#include "wizard/qt/importtableview.h"
+#include "wizard/qt/mappingdelegate.h"
+#include "wizard/qt/sourcepages.h"
+#include "wizard/qt/widgetmirror.h"
+#include "wizard/wizardcontroller.h"
+
+#include <MGImport8/engine.h>
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8 {
+
+namespace {
+
+/// The window's size when it opens, in pixels.
+constexpr QSize InitialSize(760, 560);
+/// The longest a step runs without a pass of the event loop, in milliseconds.
+constexpr qint64 YieldIntervalMs = 20;
+/// How much larger than the text the title label is.
+constexpr double TitleScale = 1.4;
+
+QMessageBox::Icon boxIcon(MessageIcon icon)
+{
+    switch (icon) {
+    case MessageIcon::None:
+        return QMessageBox::NoIcon;
+    case MessageIcon::Exclamation:
+        return QMessageBox::Warning;
+    case MessageIcon::Critical:
+        return QMessageBox::Critical;
+    case MessageIcon::Information:
+        return QMessageBox::Information;
+    case MessageIcon::Question:
+        return QMessageBox::Question;
+    }
+    return QMessageBox::NoIcon;
+}
+
+QPushButton *newButton(const QString &caption, const QString &name, QWidget *parent)
+{
+    auto *button = new QPushButton(caption, parent);
+    button->setObjectName(name);
+    button->setAutoDefault(false);
+    return button;
+}
+
+} // namespace
+
+WizardForm::WizardForm(Engine &engine, QWidget *parent)
+    : QDialog(parent)
+{
+    setObjectName(u"WizardForm"_s);
+    m_controller = std::make_unique<WizardController>(engine, *this);
+    buildWindow(engine);
+}
+
+WizardForm::~WizardForm()
+{
+    if (m_busy)
+        QApplication::restoreOverrideCursor();
+    // Everything that calls the controller or watches its grid goes before the controller does.
+    delete m_table;
+    delete m_gridModel;
+    delete m_pages;
+    delete m_sourcePages;
+    delete m_gridPages;
+}
+
+void WizardForm::buildWindow(Engine &engine)
+{
+    setWindowTitle(engine.Title());
+    setSizeGripEnabled(true);
+    resize(InitialSize);
+
+    auto *layout = new QVBoxLayout(this);
+    m_title = new QLabel(this);
+    m_title->setObjectName(u"Title"_s);
+    QFont titleFont = m_title->font();
+    titleFont.setBold(true);
+    titleFont.setPointSizeF(titleFont.pointSizeF() * TitleScale);
+    m_title->setFont(titleFont);
+    layout->addWidget(m_title);
+
+    m_pages = new QStackedWidget(this);
+    m_pages->setObjectName(u"Wizard"_s);
+    m_sourcePages = new SourcePages(*m_controller, this);
+    m_gridPages = new GridPages(*m_controller, this);
+    m_sourcePages->addPages(m_pages);
+    m_gridPages->addPages(m_pages);
+    layout->addWidget(m_pages, 1);
+
+    m_gridModel = new ImportGridModel(m_controller->grid(), this);
+    m_table = new ImportTableView(this);
+    m_table->setItemDelegate(new MappingDelegate(*m_controller, m_table));
+    m_table->setGridModel(m_gridModel);
+    m_table->setSelectionColors(quint32(engine.ForeColorSel()), quint32(engine.BackColorSel()));
+    m_table->hide();
+    layout->addWidget(m_table, 0);
+    connect(m_table, &ImportTableView::cellClicked, this,
+            [this](qsizetype row, int column) { m_controller->gridClicked(row, column); });
+    connect(m_table, &ImportTableView::characterTyped, this,
+            [this](int code) { m_controller->gridKeyPressed(code); });
+    connect(m_table, &ImportTableView::rowRangeSelected, this,
+            [this](qsizetype first, qsizetype last) {
+                m_controller->grid().setSelection(first, last);
+            });
+
+    auto *buttons = new QHBoxLayout;
+    m_back = newButton(u"<-- Back"_s, u"cmdBack"_s, this);
+    m_next = newButton(u"Next -->"_s, u"cmdNext"_s, this);
+    m_cancel = newButton(u"Cancel"_s, u"cmdCancel"_s, this);
+    m_next->setDefault(true);
+    buttons->addStretch(1);
+    buttons->addWidget(m_back);
+    buttons->addWidget(m_next);
+    buttons->addWidget(m_cancel);
+    layout->addLayout(buttons);
+    connect(m_back, &QPushButton::clicked, this, [this] { m_controller->back(); });
+    connect(m_next, &QPushButton::clicked, this, [this] { m_controller->next(); });
+    connect(m_cancel, &QPushButton::clicked, this, [this] { m_controller->cancel(); });
+}
+
+bool WizardForm::run()
+{
+    m_closing = false;
+    m_controller->start();
+    if (!m_closing)
+        exec();
+    return m_controller->result();
+}
+
+void WizardForm::showMessage(const QString &text, MessageIcon icon, const QString &title)
+{
+    QMessageBox box(boxIcon(icon),
+                    title.isEmpty() ? QGuiApplication::applicationDisplayName() : title, text,
+                    QMessageBox::Ok, isVisible() ? this : parentWidget());
+    box.setObjectName(u"WizardMessage"_s);
+    box.setTextFormat(Qt::PlainText);
+    // The box waits for the user even while the hourglass is up.
+    if (m_busy)
+        QApplication::setOverrideCursor(Qt::ArrowCursor);
+    box.exec();
+    if (m_busy)
+        QApplication::restoreOverrideCursor();
+}
+
+std::optional<QString> WizardForm::chooseFile(const QString &title, const QString &pattern)
+{
+    QFileDialog dialog(this, title);
+    dialog.setObjectName(u"SelectFileDialog"_s);
+    dialog.setAcceptMode(QFileDialog::AcceptOpen);
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    dialog.setOption(QFileDialog::ReadOnly);
+    dialog.setNameFilter(qtFileFilter(pattern));
+    if (m_busy)
+        QApplication::setOverrideCursor(Qt::ArrowCursor);
+    const int answer = dialog.exec();
+    if (m_busy)
+        QApplication::restoreOverrideCursor();
+    const QStringList chosen = dialog.selectedFiles();
+    if (answer != QDialog::Accepted || chosen.isEmpty())
+        return std::nullopt;
+    return chosen.constFirst();
+}
+
+void WizardForm::setBusy(bool busy)
+{
+    if (busy == m_busy)
+        return;
+    m_busy = busy;
+    if (busy)
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+    else
+        QApplication::restoreOverrideCursor();
+}
+
+void WizardForm::yield()
+{
+    // Repaints the window and takes clicks (Cancel) between rows of a long import. A pass of the
+    // event loop costs far more than a row, so it runs a few dozen times a second: often enough
+    // for the eye and for Cancel to stop the loop before the user notices.
+    if (m_sinceYield.isValid() && m_sinceYield.elapsed() < YieldIntervalMs)
+        return;
+    QCoreApplication::processEvents(QEventLoop::AllEvents);
+    m_sinceYield.start();
+}
+
+void WizardForm::stateChanged(const WizardState &state)
+{
+    WidgetMirror::setText(m_title, state.title);
+    m_pages->setCurrentIndex(int(state.currentPanel));
+    m_sourcePages->show(state);
+    m_gridPages->show(state);
+
+    if (m_table->isVisibleTo(this) != state.importTableVisible) {
+        m_table->setVisible(state.importTableVisible);
+        auto *layout = static_cast<QVBoxLayout *>(this->layout());
+        // The grid takes the room when it is shown; the page keeps what its controls need.
+        layout->setStretchFactor(m_pages, state.importTableVisible ? 0 : 1);
+        layout->setStretchFactor(m_table, state.importTableVisible ? 1 : 0);
+    }
+    if (state.importTableVisible)
+        m_table->showGridSelection();
+    m_table->setEditTriggers(state.mappingMode ? QAbstractItemView::DoubleClicked
+                                                     | QAbstractItemView::SelectedClicked
+                                                     | QAbstractItemView::EditKeyPressed
+                                               : QAbstractItemView::NoEditTriggers);
+
+    WidgetMirror::setText(m_next, state.nextCaption);
+    m_next->setVisible(state.nextVisible);
+    m_back->setEnabled(state.backEnabled);
+    m_back->setVisible(state.backVisible);
+    WidgetMirror::setText(m_cancel, state.cancelCaption);
+}
+
+void WizardForm::close()
+{
+    m_closing = true;
+    QDialog::done(QDialog::Rejected);
+}
+
+void WizardForm::reject()
+{
+    m_controller->cancel();
+}
+
+} // namespace MGImport8
