@@ -1,5 +1,7 @@
 #include "wizard/standardsourcereader.h"
 
+#include "wizard/workbook/workbooksourcereader.h"
+
 #include <MGImport8/importtype.h>
 
 using namespace Qt::StringLiterals;
@@ -14,7 +16,7 @@ const QString jetProvider = u"Provider=Microsoft.Jet.OLEDB.4.0;"_s;
 
 StandardSourceReader::StandardSourceReader(WizardView &view)
     // The workbook reader.
-    : m_workbooks(std::make_unique<UnavailableSourceReader>(view))
+    : m_workbooks(std::make_unique<WorkbookSourceReader>(view))
     // The Access reader.
     , m_access(std::make_unique<UnavailableSourceReader>(view))
     // The server reader.

@@ -90,6 +90,9 @@ public:
     void selectTable(const QString &table);
     /// A worksheet chosen in `Worksheet` (position from 0): load it into the grid.
     void selectWorksheet(int index);
+    /// The worksheet the spreadsheet panel selects on entry (from 0; the first unless told
+    /// otherwise). The command line starts on the sheet it was asked for.
+    void setFirstWorksheet(int index) { m_firstWorksheet = index; }
 
     // Delimiter panel: every change re-reads the file.
     void setDelimiterChecked(int index, bool checked);
@@ -166,6 +169,7 @@ private:
     /// Set when the file panel's exit has just filled the grid from the text file; the next panel
     /// entry takes it.
     QString m_freshTextRead;
+    int m_firstWorksheet = 0;
 };
 
 } // namespace MGImport8

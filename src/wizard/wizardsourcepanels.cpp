@@ -125,7 +125,7 @@ void WizardController::enterSpreadsheetPanel()
     for (int sheet = 1; sheet <= WorksheetChoices; ++sheet)
         m_state.worksheets.append(u"Sheet"_s % QString::number(sheet));
     notify();
-    selectWorksheet(0);
+    selectWorksheet(m_firstWorksheet);
 }
 
 void WizardController::selectFile()

@@ -27,6 +27,7 @@ constexpr int InputUnreadable = 1;
 constexpr int CheckFailed = 2;
 constexpr int UsageError = 2;
 constexpr int YieldIntervalMs = 100;
+constexpr int MaxSheetNumber = 65535;
 
 const QStringList WorkbookSuffixes = {u"xls"_s, u"xlsx"_s, u"xlsm"_s, u"ods"_s};
 const QStringList AccessSuffixes = {u"mdb"_s, u"accdb"_s};
@@ -54,6 +55,7 @@ struct Options
     QList<std::pair<QString, QString>> maps;
     bool allRows = false;
     QString into;
+    int sheet = 1;
 };
 
 // "\t" in the delimiter text stands for a tab, "\\" for a backslash.
@@ -104,7 +106,11 @@ std::optional<Options> parseOptions(const QStringList &arguments)
     const QCommandLineOption into(u"into"_s,
                                   u"Imports into this node store (SQLite) instead of printing."_s,
                                   u"FILE"_s);
-    parser.addOptions({columns, required, ipColumn, option, method, delimiters, map, rows, into});
+    const QCommandLineOption sheet(u"sheet"_s,
+                                   u"Worksheet of a workbook, 1-based (default 1)."_s, u"N"_s,
+                                   u"1"_s);
+    parser.addOptions({columns, required, ipColumn, option, method, delimiters, map, rows, into,
+                       sheet});
     parser.addPositionalArgument(u"FILE"_s, u"The file to import."_s);
 
     if (!parser.parse(arguments)) {
@@ -155,6 +161,13 @@ std::optional<Options> parseOptions(const QStringList &arguments)
     }
     result.allRows = rowChoice == "all"_L1;
     result.into = parser.value(into);
+    bool sheetNumber = false;
+    result.sheet = parser.value(sheet).toInt(&sheetNumber);
+    if (!sheetNumber || result.sheet < 1 || result.sheet > MaxSheetNumber) {
+        err() << "mgimport8 import: --sheet is a number from 1 to " << MaxSheetNumber << ", not '"
+              << parser.value(sheet) << "'\n";
+        return std::nullopt;
+    }
     return result;
 }
 
@@ -306,6 +319,7 @@ int runImport(const QStringList &arguments)
     // Nothing on the command line cancels mid-row; a few event-loop passes a second are plenty.
     view.setYieldInterval(YieldIntervalMs);
     WizardController wizard(engine, view);
+    wizard.setFirstWorksheet(options.sheet - 1);
     wizard.start();
 
     const int row = methodRow(wizard.catalogue(), options);

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "wizard/texttable.h"
+#include "wizard/workbook/cellvalues.h"
+#include "wizard/workbook/zipcontainer.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace MGImport8 {
+
+/// An Office Open XML workbook (.xlsx, .xlsm, transitional or strict) in its zip container.
+/// Sheets count in the workbook's own order, hidden ones included; a chart or dialog sheet has
+/// no cells. Failures throw WorkbookFailure.
+class XlsxWorkbook
+{
+public:
+    explicit XlsxWorkbook(ZipContainer zip);
+    /// True when the container holds a workbook part this reader knows the form of; a binary
+    /// workbook (.xlsb) is refused as a format without a reader.
+    static bool recognise(const ZipContainer &zip);
+
+    int sheetCount() const { return int(m_sheets.size()); }
+    /// The used area of the sheet at `position` (from 0).
+    std::shared_ptr<const TextTable> readSheet(int position);
+
+private:
+    struct Sheet
+    {
+        std::string path; // empty: a sheet without cells
+    };
+    void readWorkbookPart();
+    void readStyles(const std::string &path);
+    void readSharedStrings(const std::string &path);
+
+    ZipContainer m_zip;
+    std::string m_workbookPath;
+    std::vector<Sheet> m_sheets;
+    std::string m_sharedStringsPath;
+    bool m_sharedStringsRead = false;
+    std::string m_strings;                            // shared strings, one after another
+    std::vector<std::uint64_t> m_stringEnds;          // where each ends in m_strings
+    std::vector<CellValues::NumberKind> m_styleKinds; // by cell style index
+    CellValues::DateSystem m_dateSystem = CellValues::DateSystem::From1900;
+};
+
+} // namespace MGImport8
