@@ -1,5 +1,7 @@
 #include "wizard/standardsourcereader.h"
 
+#include "wizard/access/accesssourcereader.h"
+
 #include <MGImport8/importtype.h>
 
 using namespace Qt::StringLiterals;
@@ -16,7 +18,7 @@ StandardSourceReader::StandardSourceReader(WizardView &view)
     // The workbook reader.
     : m_workbooks(std::make_unique<UnavailableSourceReader>(view))
     // The Access reader.
-    , m_access(std::make_unique<UnavailableSourceReader>(view))
+    , m_access(std::make_unique<AccessSourceReader>(view))
     // The server reader.
     , m_servers(std::make_unique<UnavailableSourceReader>(view))
 {}
