@@ -54,6 +54,7 @@ struct Options
     QList<std::pair<QString, QString>> maps;
     bool allRows = false;
     QString into;
+    std::optional<QString> table;
 };
 
 // "\t" in the delimiter text stands for a tab, "\\" for a backslash.
@@ -104,7 +105,11 @@ std::optional<Options> parseOptions(const QStringList &arguments)
     const QCommandLineOption into(u"into"_s,
                                   u"Imports into this node store (SQLite) instead of printing."_s,
                                   u"FILE"_s);
+    const QCommandLineOption table(u"table"_s,
+                                   u"The database table to read, or a SELECT statement."_s,
+                                   u"NAME|QUERY"_s);
     parser.addOptions({columns, required, ipColumn, option, method, delimiters, map, rows, into});
+    parser.addOption(table);
     parser.addPositionalArgument(u"FILE"_s, u"The file to import."_s);
 
     if (!parser.parse(arguments)) {
@@ -155,6 +160,8 @@ std::optional<Options> parseOptions(const QStringList &arguments)
     }
     result.allRows = rowChoice == "all"_L1;
     result.into = parser.value(into);
+    if (parser.isSet(table))
+        result.table = parser.value(table);
     return result;
 }
 
@@ -322,10 +329,19 @@ int runImport(const QStringList &arguments)
     bool delimitersDone = false;
     bool mapsDone = false;
     bool rowsDone = false;
+    bool tableDone = false;
     while (wizard.state().currentPanel != Panel::ImportPanel) {
         const Panel panel = wizard.state().currentPanel;
         const qsizetype messagesBefore = view.messages().size();
-        if (panel == Panel::DelimiterPanel && options.delimiters && !delimitersDone) {
+        if (panel == Panel::TablePanel && !tableDone) {
+            if (!options.table) {
+                err() << "mgimport8 import: name the table to read with --table; the database has: "
+                      << wizard.state().databaseTables.join(u", "_s) << '\n';
+                return UsageError;
+            }
+            wizard.selectTable(*options.table);
+            tableDone = true;
+        } else if (panel == Panel::DelimiterPanel && options.delimiters && !delimitersDone) {
             applyDelimiters(wizard, *options.delimiters);
             delimitersDone = true;
         } else if (panel == Panel::MapPanel && !mapsDone) {

@@ -19,6 +19,8 @@ constexpr int Jet3PageSize = 2048;
 constexpr int PageSize = 4096;
 // Page 2 holds the definition of the system catalogue, without which nothing can be listed.
 constexpr qint64 CataloguePage = 2;
+constexpr char TableDefinitionPage = 0x02;
+constexpr int FirstAceVersion = 2;
 
 struct KnownVersion
 {
@@ -70,6 +72,15 @@ Result<AccessFormat> checkAccessFormat(QByteArrayView head, qint64 fileSize)
         return Error{u"The database file is incomplete or damaged: %1 bytes are not a whole "
                      "number of %2-byte pages holding the system catalogue."_s.arg(fileSize)
                          .arg(format.pageSize)};
+
+    // ACE files encrypt every page after the first when they have a password; the library
+    // cannot read them, so say so before it tries.
+    const qsizetype cataloguePage = CataloguePage * format.pageSize;
+    if (format.version >= FirstAceVersion && head.size() > cataloguePage
+        && head.at(cataloguePage) != TableDefinitionPage)
+        return Error{u"The database is encrypted with a password, or damaged: its catalogue "
+                     "cannot be read. Remove the password in Access (File, Info, Decrypt "
+                     "Database) and try again."_s};
     return format;
 }
 

@@ -22,7 +22,7 @@ struct AccessFormat
 /// file's first bytes (a page or all of a shorter file), `fileSize` its length.
 Result<AccessFormat> checkAccessFormat(QByteArrayView head, qint64 fileSize);
 
-/// How many bytes `checkAccessFormat` wants to see.
-constexpr qsizetype AccessHeadSize = 4096;
+/// How many bytes `checkAccessFormat` wants to see: up to the system catalogue's page.
+constexpr qsizetype AccessHeadSize = 3 * 4096;
 
 } // namespace MGImport8
