@@ -7,6 +7,7 @@
 //   with a reason;
 // - encrypted, truncated, empty and foreign files fail with a clear reason instead of a crash.
 #include "testsupport.h"
+#include "wizard/access/accesscatalogue.h"
 #include "wizard/access/accessdatabase.h"
 #include "wizard/access/accessvalue.h"
 
@@ -217,6 +218,47 @@ TEST(AccessFiles, limitsHoldAndBadNamesFail)
     RowsSink sink;
     EXPECT_FALSE(database->runQuery(u"SELECT FROM WHERE"_s, sink).ok());
     EXPECT_FALSE(database->readTable(u"MSysNothing"_s, 5, sink).ok());
+}
+
+} // namespace MGImport8::Test
+
+namespace MGImport8::Test {
+
+// Property blocks that sent the library's parser into an endless loop or past the block's end
+// (found by fuzzing) are refused; real blocks pass.
+TEST(AccessCatalogueProperties, inconsistentBlocksAreRefused)
+{
+    auto block = [](std::initializer_list<int> bytes) {
+        QByteArray b;
+        for (int byte : bytes)
+            b.append(char(byte));
+        return b;
+    };
+    // A names record (0x80) with the one name "A", then a value block whose value is "x".
+    const QByteArray names = block({'K', 'K', 'D', 0, 11, 0, 0, 0, 0x80, 0, 3, 0, 'A', 0, 0});
+    const QByteArray sound = names + block({21, 0, 0, 0, 0,  0, 15, 0, 0, 0,  0,
+                                            0,  9, 0, 0, 10, 0, 0,  1, 0, 'x'});
+    struct Case
+    {
+        const char *name;
+        QByteArray bytes;
+        bool consistent;
+    };
+    const Case cases[] = {
+        {"sound", sound, true},
+        {"no magic", block({'X', 'Y', 'Z', 0}), false},
+        {"too short for magic", block({'K', 'K'}), false},
+        {"zero-length record", block({'K', 'K', 'D', 0, 0, 0, 0, 0, 0x80, 0}), false},
+        {"record past the end", block({'M', 'R', '2', 0, 99, 0, 0, 0, 0x80, 0}), false},
+        {"name past the end", block({'K', 'K', 'D', 0, 9, 0, 0, 0, 0x80, 0, 7, 0, 'A'}), false},
+        {"zero-length value",
+         names + block({20, 0, 0, 0, 0, 0, 14, 0, 0, 0, 0, 0, 0, 0, 0, 10, 0, 0, 0, 0}), false},
+        {"double shorter than 8 bytes", names + block({27, 0, 0, 0, 0, 0, 21, 0, 0, 0, 0, 0, 15, 0,
+                                                       0,  7, 0, 0, 7, 0, 1,  2, 3, 4, 5, 6, 7}),
+         false},
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(AccessCatalogue::propertiesConsistent(c.bytes), c.consistent) << c.name;
 }
 
 } // namespace MGImport8::Test

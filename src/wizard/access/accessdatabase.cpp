@@ -1,5 +1,6 @@
 #include "wizard/access/accessdatabase.h"
 
+#include "wizard/access/accesscatalogue.h"
 #include "wizard/access/accessvalue.h"
 
 #include <QFile>
@@ -48,6 +49,9 @@ struct AccessDatabase::Private
     QByteArray bytes;
     MdbHandle *mdb = nullptr;
     AccessFormat format;
+    // The statement library reads the catalogue again with the database library's own reader,
+    // which loops or overruns on damaged entries; it runs only when ours found none.
+    bool catalogueSound = false;
 
     ~Private()
     {
@@ -177,11 +181,13 @@ Result<std::unique_ptr<AccessDatabase>> AccessDatabase::finishOpen(std::unique_p
 {
     if (!d->mdb)
         return Error{u"The database cannot be opened: it is encrypted or damaged."_s};
-    if (!d->mdb->catalog && !mdb_read_catalog(d->mdb, MDB_ANY))
-        return Error{u"The database's catalogue cannot be read: the file is encrypted or "
-                     "damaged."_s};
     mdb_set_bind_size(d->mdb, BindSize);
     mdb_set_boolean_fmt_numbers(d->mdb);
+    const AccessCatalogue::Outcome catalogue = AccessCatalogue::read(d->mdb, BindSize);
+    d->catalogueSound = catalogue == AccessCatalogue::Outcome::Sound;
+    if (catalogue == AccessCatalogue::Outcome::Unreadable)
+        return Error{u"The database's catalogue cannot be read: the file is encrypted or "
+                     "damaged."_s};
     return std::unique_ptr<AccessDatabase>(new AccessDatabase(std::move(d)));
 }
 
@@ -259,6 +265,10 @@ Result<qsizetype> AccessDatabase::runQuery(const QString &statement, AccessRowSi
             mdb_sql_exit(sql);
         }
     };
+    if (!d->catalogueSound)
+        return Error{u"The database's catalogue is damaged, so statements cannot be run on it. "
+                     "Repair the database in Access (Compact and Repair), or read the table by "
+                     "its name."_s};
     std::unique_ptr<MdbSQL, SqlFree> sql(mdb_sql_init());
     sql->mdb = d->mdb;
     const QByteArray text = statement.toUtf8();
