@@ -10,6 +10,9 @@ build="$root/build-fuzz"
 CC=clang CXX=clang++ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DMGIMPORT8_FUZZ=ON -DMGIMPORT8_BUILD_TESTS=OFF >/dev/null
 targets=(registry methods textsource)
+targets+=(access)
+# Extra seed folders and options, read in place (never written to).
+declare -A extra=([access]="${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/access -max_len=4194304")
 cmake --build "$build" --parallel "$(nproc)" --target "${targets[@]/%/_fuzz}"
 
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"
@@ -20,7 +23,7 @@ trap 'rm -rf "$scratch"' EXIT
 for target in "${targets[@]}"; do
     mkdir -p "$scratch/$target"
     echo "fuzzing $target for ${seconds}s"
-    (cd "$scratch" && "$build/fuzz/${target}_fuzz" "$scratch/$target" "$root/fuzz/corpus/$target" \
+    (cd "$scratch" && "$build/fuzz/${target}_fuzz" "$scratch/$target" "$root/fuzz/corpus/$target" ${extra[$target]:-} \
         -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 2>&1 \
         | grep -E 'stat::number_of_executed_units|ERROR|SUMMARY|Done' || true)
     # libFuzzer exits non-zero and leaves a crash-* or leak-* file when it finds something.

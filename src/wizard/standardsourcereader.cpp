@@ -1,5 +1,6 @@
 #include "wizard/standardsourcereader.h"
 
+#include "wizard/access/accesssourcereader.h"
 #include "wizard/workbook/workbooksourcereader.h"
 
 #include <MGImport8/importtype.h>
@@ -18,7 +19,7 @@ StandardSourceReader::StandardSourceReader(WizardView &view)
     // The workbook reader.
     : m_workbooks(std::make_unique<WorkbookSourceReader>(view))
     // The Access reader.
-    , m_access(std::make_unique<UnavailableSourceReader>(view))
+    , m_access(std::make_unique<AccessSourceReader>(view))
     // The server reader.
     , m_servers(std::make_unique<UnavailableSourceReader>(view))
 {}

@@ -13,7 +13,15 @@ src_dir=$(cd "$(dirname "$test_file")" && pwd -P)
 tmp_dir=$(mktemp -d)
 trap 'rm -rf "$tmp_dir"' EXIT
 
-subst() { sed -e "s|%S|$src_dir|g" -e "s|%LIB|$lib_dir|g" -e "s|%T|$tmp_dir|g"; }
+# %CORPUS is the folder of third-party test files; a test naming it is skipped (status 77) when
+# the folder is not there.
+corpus_dir=${MGIMPORT8_CORPUS_DIR:-}
+if grep -q '%CORPUS' "$test_file"; then
+    [ -n "$corpus_dir" ] && [ -d "$corpus_dir" ] || { echo "skipped: no corpus folder"; exit 77; }
+    corpus_dir=$(cd "$corpus_dir" && pwd -P)
+fi
+
+subst() { sed -e "s|%CORPUS|$corpus_dir|g" -e "s|%S|$src_dir|g" -e "s|%LIB|$lib_dir|g" -e "s|%T|$tmp_dir|g"; }
 
 run_lines=$(sed -n 's/^#RUN: *//p' "$test_file")
 with_stderr=$(grep -c '^#STDERR$' "$test_file")
@@ -43,6 +51,7 @@ while IFS= read -r run_line; do
 done <<<"$run_lines"
 # Paths that differ between machines are put back into their placeholders.
 actual=$(printf '%s' "$actual" | sed -e "s|$tmp_dir|%T|g" -e "s|$src_dir|%S|g" -e "s|$lib_dir|%LIB|g")
+[ -n "$corpus_dir" ] && actual=$(printf '%s' "$actual" | sed -e "s|$corpus_dir|%CORPUS|g")
 
 if [ "${RECORD:-0}" = 1 ]; then
     # Writes what the commands printed as the new expected output.

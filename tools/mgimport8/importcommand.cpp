@@ -56,6 +56,7 @@ struct Options
     bool allRows = false;
     QString into;
     int sheet = 1;
+    std::optional<QString> table;
 };
 
 // "\t" in the delimiter text stands for a tab, "\\" for a backslash.
@@ -111,6 +112,10 @@ std::optional<Options> parseOptions(const QStringList &arguments)
                                    u"1"_s);
     parser.addOptions({columns, required, ipColumn, option, method, delimiters, map, rows, into,
                        sheet});
+    const QCommandLineOption table(u"table"_s,
+                                   u"The database table to read, or a SELECT statement."_s,
+                                   u"NAME|QUERY"_s);
+    parser.addOption(table);
     parser.addPositionalArgument(u"FILE"_s, u"The file to import."_s);
 
     if (!parser.parse(arguments)) {
@@ -168,6 +173,8 @@ std::optional<Options> parseOptions(const QStringList &arguments)
               << parser.value(sheet) << "'\n";
         return std::nullopt;
     }
+    if (parser.isSet(table))
+        result.table = parser.value(table);
     return result;
 }
 
@@ -336,10 +343,19 @@ int runImport(const QStringList &arguments)
     bool delimitersDone = false;
     bool mapsDone = false;
     bool rowsDone = false;
+    bool tableDone = false;
     while (wizard.state().currentPanel != Panel::ImportPanel) {
         const Panel panel = wizard.state().currentPanel;
         const qsizetype messagesBefore = view.messages().size();
-        if (panel == Panel::DelimiterPanel && options.delimiters && !delimitersDone) {
+        if (panel == Panel::TablePanel && !tableDone) {
+            if (!options.table) {
+                err() << "mgimport8 import: name the table to read with --table; the database has: "
+                      << wizard.state().databaseTables.join(u", "_s) << '\n';
+                return UsageError;
+            }
+            wizard.selectTable(*options.table);
+            tableDone = true;
+        } else if (panel == Panel::DelimiterPanel && options.delimiters && !delimitersDone) {
             applyDelimiters(wizard, *options.delimiters);
             delimitersDone = true;
         } else if (panel == Panel::MapPanel && !mapsDone) {

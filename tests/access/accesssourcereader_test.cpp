@@ -1,0 +1,131 @@
+// The Access reader behind the wizard's table panel:
+// - the exact messages: opening for the table list (with its doubled quote and the folder as the
+//   server), opening for a read, a table that cannot be read, a table without records;
+// - the field-name row is tagged "FieldHeader" and stays when there are no records;
+// - a table text starting with "SELECT " in any case runs as a query; other texts read the table
+//   with the 5000-record limit;
+// - the whole wizard with the shipped Access method lists and reads a real database.
+#include "testsupport.h"
+#include "wizard/access/accesssourcereader.h"
+#include "wizard/headlessview.h"
+#include "wizard/importgrid.h"
+#include "wizard/standardsourcereader.h"
+
+#include <MGImport8/importtype.h>
+
+#include <QDir>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8::Test {
+
+namespace {
+
+const QString jetPrefix = u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source="_s;
+
+class AccessReader : public ::testing::Test
+{
+protected:
+    void use(const QString &path) { method.setConnectionString(jetPrefix % path); }
+    QString only()
+    {
+        EXPECT_EQ(view.messages().size(), 1);
+        const QString text = view.messages().isEmpty() ? QString() : view.messages().first().text;
+        icon = view.messages().isEmpty() ? MessageIcon::None : view.messages().first().icon;
+        view.clearMessages();
+        return text;
+    }
+
+    HeadlessView view;
+    StandardSourceReader reader{view};
+    ImportType method;
+    ImportGrid grid;
+    MessageIcon icon = MessageIcon::None;
+};
+
+} // namespace
+
+TEST_F(AccessReader, failuresSayWhatAndWhere)
+{
+    TempFolder folder;
+    const QString notAccess = folder.write(u"nodes.mdb"_s, "name,ip\nsw1,10.0.0.1\n");
+    const QString native = QDir::toNativeSeparators(folder.path());
+    use(notAccess);
+    QStringList tables{u"stale"_s};
+    EXPECT_FALSE(reader.listTables(method, tables));
+    EXPECT_TRUE(tables.isEmpty());
+    EXPECT_EQ(only(), u"Cannot open 'nodes.mdb'' on '"_s % native
+                          % u"\r\nThe file is not an Access database."_s);
+    EXPECT_EQ(icon, MessageIcon::Exclamation);
+
+    EXPECT_FALSE(reader.readTable(method, u"Nodes"_s, grid));
+    EXPECT_EQ(only(), u"Cannot open 'nodes.mdb'\r\nThe file is not an Access database."_s);
+    EXPECT_EQ(icon, MessageIcon::None);
+
+    use(folder.path() % u"/missing.accdb"_s);
+    EXPECT_FALSE(reader.listTables(method, tables));
+    EXPECT_TRUE(only().startsWith(u"Cannot open 'missing.accdb'' on '"_s % native
+                                  % u"\r\nCould not find file '"_s));
+}
+
+TEST_F(AccessReader, readsTablesAndQueriesWithTheirHeader)
+{
+    MGIMPORT8_REQUIRE_CORPUS();
+    use(corpusDir() % u"/access/mdbtestdata/nwind.mdb"_s);
+
+    EXPECT_FALSE(reader.readTable(method, u"Kunden"_s, grid));
+    EXPECT_EQ(only(), u"Cannot open 'Kunden' table within 'nwind.mdb'\r\n"
+                      "The database has no table named 'Kunden'."_s);
+    EXPECT_EQ(icon, MessageIcon::None);
+
+    ASSERT_TRUE(reader.readTable(method, u"Shippers"_s, grid));
+    EXPECT_TRUE(view.messages().isEmpty());
+    EXPECT_EQ(grid.rowTag(0), u"FieldHeader"_s);
+    EXPECT_EQ(grid.text(0, 1), u"CompanyName"_s);
+    EXPECT_EQ(grid.rowCount(), 4);
+
+    // A query in lower case, with blanks around it, runs as it stands: no limit, no brackets.
+    ASSERT_TRUE(reader.readTable(method, u"  select * from [Order Details]  "_s, grid));
+    EXPECT_EQ(grid.rowCount(), 2155 + 1);
+    EXPECT_EQ(grid.rowTag(0), u"FieldHeader"_s);
+    ASSERT_TRUE(reader.readTable(method, u"SELECT TOP 7 * FROM Products"_s, grid));
+    EXPECT_EQ(grid.rowCount(), 8);
+
+    EXPECT_FALSE(reader.readTable(method, u"SELECT * FROM Nowhere"_s, grid));
+    EXPECT_TRUE(
+        only().startsWith(u"Cannot open 'SELECT * FROM Nowhere' table within 'nwind.mdb'\r\n"_s));
+    // "SELECTION" is a table name, not a query.
+    EXPECT_FALSE(reader.readTable(method, u"SELECTION"_s, grid));
+    EXPECT_TRUE(only().endsWith(u"The database has no table named 'SELECTION'."_s));
+
+    EXPECT_EQ(AccessSourceReader::statementFor(u"Order Details"_s),
+              u"Select TOP 5000 * From [Order Details]"_s);
+}
+
+TEST_F(AccessReader, emptyTableKeepsItsHeaderAndSaysSo)
+{
+    MGIMPORT8_REQUIRE_CORPUS();
+    use(corpusDir() % u"/access/jackcess/V2007/testV2007.accdb"_s);
+    EXPECT_TRUE(reader.readTable(method, u"Table2"_s, grid));
+    EXPECT_EQ(only(), u"There are no records in the 'Table2' table within 'testV2007.accdb'"_s);
+    EXPECT_EQ(icon, MessageIcon::Exclamation);
+    EXPECT_EQ(grid.rowCount(), 1);
+    EXPECT_EQ(grid.rowTag(0), u"FieldHeader"_s);
+}
+
+TEST_F(AccessReader, savedQueriesAndLinksAreNotTables)
+{
+    MGIMPORT8_REQUIRE_CORPUS();
+    use(corpusDir() % u"/access/jackcess/V2003/queryTestV2003.mdb"_s);
+    EXPECT_FALSE(reader.readTable(method, u"SelectQuery"_s, grid));
+    EXPECT_TRUE(only().endsWith(u"'SelectQuery' is a saved query. Only tables can be read by "
+                                "name; give a SELECT statement instead."_s));
+    use(corpusDir() % u"/access/jackcess/V2007/linkerTestV2007.accdb"_s);
+    QStringList tables;
+    ASSERT_TRUE(reader.listTables(method, tables));
+    EXPECT_FALSE(tables.contains(u"Table2"_s));
+}
+
+} // namespace MGImport8::Test
