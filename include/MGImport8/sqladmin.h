@@ -1,0 +1,162 @@
+#pragma once
+
+#include <MGImport8/mgimport8_export.h>
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+class QSqlDatabase;
+
+namespace pugi {
+class xml_document;
+class xml_node;
+} // namespace pugi
+
+namespace MGImport8 {
+
+namespace SqlAdmin {
+class ManagementServer;
+class ManagedDatabase;
+class SQLAdminAccess;
+} // namespace SqlAdmin
+
+/// An open connection to one database, handed out by `SQLAdmin::DatabaseConnection`. It owns
+/// its Qt SQL connection: the connection closes and its name is released when the handle goes.
+/// A handle that failed to open is empty (`isOpen()` false).
+class MGIMPORT8_EXPORT DatabaseHandle
+{
+public:
+    DatabaseHandle() = default;
+    explicit DatabaseHandle(const QString &connectionName);
+    DatabaseHandle(DatabaseHandle &&other) noexcept;
+    DatabaseHandle &operator=(DatabaseHandle &&other) noexcept;
+    DatabaseHandle(const DatabaseHandle &) = delete;
+    DatabaseHandle &operator=(const DatabaseHandle &) = delete;
+    ~DatabaseHandle();
+
+    bool isOpen() const;
+    explicit operator bool() const { return isOpen(); }
+    /// The Qt SQL connection; invalid when the handle is empty. Include <QSqlDatabase> to use it.
+    QSqlDatabase database() const;
+    /// Closes the connection now.
+    void close();
+
+private:
+    QString m_name;
+};
+
+/// The database administration object of the product family: logs in to a SQL Server (or, with
+/// `ServerType` "PostgreSQL", a PostgreSQL server), lists and looks up its databases, and builds
+/// the OLE DB connection strings that the family's programs share.
+///
+/// Nothing throws: operations report failure by their result and leave the text in `LastError`.
+/// Passwords never appear in `LastError` or in `UpdateTrace`.
+class MGIMPORT8_EXPORT SQLAdmin : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString Key READ Key)
+    Q_PROPERTY(int DatabaseSecurityMode READ DatabaseSecurityMode WRITE setDatabaseSecurityMode)
+    Q_PROPERTY(QString LastError READ LastError)
+    Q_PROPERTY(QString LoginName READ LoginName WRITE setLoginName)
+    Q_PROPERTY(QString LoginPassword READ LoginPassword WRITE setLoginPassword)
+    Q_PROPERTY(
+        bool UseIntegratedNTSecurity READ UseIntegratedNTSecurity WRITE setUseIntegratedNTSecurity)
+    Q_PROPERTY(QString ServerNetName READ ServerNetName)
+    Q_PROPERTY(QString SQlServerVersion READ SQlServerVersion)
+    Q_PROPERTY(QStringList Databases READ Databases)
+    Q_PROPERTY(bool Connected READ Connected)
+    Q_PROPERTY(QString ServerName READ ServerName WRITE setServerName)
+    Q_PROPERTY(QString DefaultDataPath READ DefaultDataPath)
+    Q_PROPERTY(QString UpdateTrace READ UpdateTrace)
+    Q_PROPERTY(QString ServerType READ ServerType WRITE setServerType)
+
+public:
+    /// The two kinds of server, as `ServerType` names them.
+    static inline const QString SqlServerType = QStringLiteral("SQLServer");
+    static inline const QString PostgreSqlType = QStringLiteral("PostgreSQL");
+
+    explicit SQLAdmin(QObject *parent = nullptr);
+    ~SQLAdmin() override;
+
+    /// The server name.
+    QString Key() const;
+    /// The server's authentication mode: 0 integrated only, 1 normal, 2 mixed; -1 when not
+    /// connected. The setter changes it on the server where the server allows it.
+    int DatabaseSecurityMode() const;
+    void setDatabaseSecurityMode(int DatabaseSecurityMode);
+    /// Always false, even after a successful restart.
+    Q_INVOKABLE bool RestartServer();
+    QString LastError() const;
+    QString LoginName() const;
+    void setLoginName(const QString &LoginName);
+    QString LoginPassword() const;
+    void setLoginPassword(const QString &LoginPassword);
+    /// Default true.
+    bool UseIntegratedNTSecurity() const;
+    void setUseIntegratedNTSecurity(bool UseIntegratedNTSecurity);
+    /// The connected server's machine name; empty when not connected.
+    QString ServerNetName() const;
+    /// The first line of the server's version text; empty when not connected.
+    QString SQlServerVersion() const;
+    /// True when a usable management library (here: the Qt SQL driver of the server type) is
+    /// present, after any repair.
+    Q_INVOKABLE bool TestDMO();
+    /// Names of the server's databases, in the server's own order; empty when not connected.
+    QStringList Databases() const;
+    bool Connected() const;
+    QString ServerName() const;
+    void setServerName(const QString &ServerName);
+    /// Drops the management connection. Harmless when not connected.
+    Q_INVOKABLE void Disconnect();
+    /// Logs in to `ServerName` with the current credentials; with `RequireSysAdmin` the login
+    /// must also hold system administrator rights.
+    Q_INVOKABLE bool Connect(bool RequireSysAdmin);
+    /// Whether a database of that name (compared without regard to case) exists; false unless
+    /// the server is running and connected.
+    Q_INVOKABLE bool DatabaseExist(const QString &Name) const;
+    /// The directory of the `master` database's primary data file, ending in a backslash as the
+    /// file path does; empty when unknown.
+    QString DefaultDataPath();
+    /// The OLE DB connection string for `Server` and `Database`, exactly as the family writes it.
+    Q_INVOKABLE QString BuildConnectionString(const QString &Server, const QString &Database) const;
+    /// True when the database holds the tables Nodes and Interfaces.
+    Q_INVOKABLE bool VerifyDatabase(const QString &Server, const QString &Database);
+    /// Opens a connection to `Database` on `Server` from `BuildConnectionString`; an empty
+    /// handle, with the reason in `LastError`, when it cannot.
+    DatabaseHandle DatabaseConnection(const QString &Server, const QString &Database);
+    /// The running log of structure maintenance, one line per step.
+    QString UpdateTrace() const;
+    /// "SQLServer" (the default) or "PostgreSQL"; any other text reads as "SQLServer". Takes
+    /// effect at the next `Connect`.
+    QString ServerType() const;
+    void setServerType(const QString &ServerType);
+
+    /// The management object of a database, or nothing (the reason in `LastError`). The object
+    /// belongs to this SQLAdmin and lives until the next `Connect` or `Disconnect`.
+    SqlAdmin::ManagedDatabase *GetDatabase(const QString &Name);
+    /// Appends a "SQLServer" element with the connection settings to `Parent`.
+    void SaveSettings(pugi::xml_document &Document, pugi::xml_node Parent) const;
+    /// Reads the connection settings from the attributes of `Node` (names in any case).
+    void LoadSettings(const pugi::xml_node &Node);
+
+    /// The management connection itself; nothing when not connected. For the library's own
+    /// structure maintenance.
+    SqlAdmin::ManagementServer *SQLServer() const;
+    /// The directory of the private management library copy, with a trailing backslash.
+    QString FindDMODirectory() const;
+    /// Set when `TestDMO` found an older library and launched its registration.
+    bool reRegistered() const;
+    /// The remembered database account that `BuildConnectionString` prefers when both are set.
+    void setDatabaseUser(const QString &userId, const QString &password);
+
+    struct Private;
+
+private:
+    friend class SqlAdmin::SQLAdminAccess;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace MGImport8

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "common/result.h"
+#include "sqladmin/catalogue.h"
+#include "sqladmin/dialect.h"
+#include "sqladmin/sqlsession.h"
+
+#include <QList>
+#include <QString>
+
+#include <memory>
+
+namespace MGImport8::SqlAdmin {
+
+class ManagementServer;
+
+/// One database of a connected server: its tables, their columns, keys and indexes, its views and
+/// functions, users and roles, and immediate execution of a batch. It opens its own connection to
+/// the database on first use and keeps it.
+class ManagedDatabase
+{
+public:
+    ManagedDatabase(ManagementServer &server, QString name);
+    ~ManagedDatabase();
+
+    QString name() const { return m_name; }
+
+    Result<QList<ObjectName>> tables();
+    /// The table a name means: "schema.table" when the schema exists with such a table, otherwise
+    /// the table of that name (compared without regard to case, the default schema first).
+    Result<ObjectName> findTable(const QString &name);
+    Result<QList<ColumnInfo>> columns(const ObjectName &table);
+    /// The table's primary key; a key without a name and without columns when it has none.
+    Result<PrimaryKeyInfo> primaryKey(const ObjectName &table);
+    Result<QList<IndexInfo>> indexes(const ObjectName &table);
+    Result<QList<RoutineInfo>> views();
+    Result<QList<RoutineInfo>> functions();
+    Result<QList<DatabaseUserInfo>> users();
+    Result<QList<RoleInfo>> roles();
+
+    /// Runs a batch as it stands.
+    Result<bool> executeImmediate(const QString &batch);
+    /// Runs the CREATE statement of a view (`kind` 'V') or a function ('F') and records when it
+    /// was created, in one transaction, where the server keeps no such date itself.
+    Result<bool> createRoutine(QChar kind, const ObjectName &object, const QString &statement);
+
+    /// The connection, opened on first use.
+    Result<SqlSession *> session();
+
+private:
+    Result<QList<RoutineInfo>> routines(bool views);
+
+    ManagementServer &m_server;
+    QString m_name;
+    std::unique_ptr<SqlSession> m_session;
+};
+
+} // namespace MGImport8::SqlAdmin

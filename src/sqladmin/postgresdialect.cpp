@@ -1,0 +1,173 @@
+#include "sqladmin/dialect.h"
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8::SqlAdmin {
+
+namespace {
+
+// Schemas of the server itself and of this layer, left out of every listing.
+const QString userSchemas = u"n.nspname NOT IN ('pg_catalog', 'information_schema', 'mgimport8') "
+                            u"AND n.nspname NOT LIKE 'pg\\_toast%' AND n.nspname NOT LIKE "
+                            u"'pg\\_temp\\_%'"_s;
+
+// The oid of the table named by the two parameters schema and name.
+const QString tableOid = u"(SELECT c.oid FROM pg_class c JOIN pg_namespace n ON n.oid = "
+                         u"c.relnamespace WHERE n.nspname = ? AND c.relname = ? AND c.relkind IN "
+                         u"('r', 'p'))"_s;
+
+// The creation date that the layer records, joined to an object of kind `kind` whose schema and
+// name are the expressions given.
+QString createdColumn(bool withDates, const QString &kind, const QString &schema,
+                      const QString &name)
+{
+    if (!withDates)
+        return u"NULL::timestamptz"_s;
+    return u"(SELECT d.created FROM mgimport8.object_created d WHERE d.kind = '"_s + kind
+           + u"' AND d.schema_name = "_s + schema + u" AND d.object_name = "_s + name + u")"_s;
+}
+
+class PostgresDialect : public Dialect
+{
+public:
+    ServerKind kind() const override { return ServerKind::PostgreSql; }
+    QString adminDatabase() const override { return u"postgres"_s; }
+    QString defaultSchema() const override { return u"public"_s; }
+
+    QString sysAdminQuery() const override
+    {
+        return u"SELECT rolsuper FROM pg_roles WHERE rolname = current_user"_s;
+    }
+    QString loginIdentityQuery() const override { return u"SELECT session_user::text"_s; }
+    // The server does not know its machine's name; the layer writes it from the address.
+    QString netNameQuery() const override { return {}; }
+    QString versionQuery() const override { return u"SELECT version()"_s; }
+    // From the authentication rules in force: rules that trust the operating system's identity
+    // and rules that ask for a password, or both.
+    QString securityModeQuery() const override
+    {
+        return u"SELECT CASE WHEN bool_or(auth_method IN ('peer', 'ident', 'gss', 'sspi', "
+               u"'cert')) AND bool_or(auth_method IN ('md5', 'scram-sha-256', 'password')) THEN 2 "
+               u"WHEN bool_or(auth_method IN ('md5', 'scram-sha-256', 'password', 'trust')) THEN 1 "
+               u"ELSE 0 END FROM pg_hba_file_rules WHERE error IS NULL AND auth_method <> "
+               u"'reject'"_s;
+    }
+    Result<QString> setSecurityModeStatement(int) const override
+    {
+        return Error{u"A PostgreSQL server's authentication is set in its pg_hba.conf file, not "
+                     u"through a connection."_s};
+    }
+    QString databasesQuery() const override
+    {
+        return u"SELECT datname FROM pg_database WHERE NOT datistemplate ORDER BY oid"_s;
+    }
+    QString dataFileQuery() const override
+    {
+        return u"SELECT current_setting('data_directory') || '/'"_s;
+    }
+    Result<QString> shutdownStatement() const override
+    {
+        return Error{u"A PostgreSQL server cannot be stopped through a connection."_s};
+    }
+
+    QString tablesQuery() const override
+    {
+        return u"SELECT n.nspname, c.relname FROM pg_class c JOIN pg_namespace n ON n.oid = "
+               u"c.relnamespace WHERE c.relkind IN ('r', 'p') AND NOT c.relispartition AND "_s
+               + userSchemas + u" ORDER BY 1, 2"_s;
+    }
+    QString columnsQuery() const override
+    {
+        return u"SELECT a.attname, format_type(a.atttypid, NULL), CASE WHEN a.atttypid IN "
+               u"('varchar'::regtype, 'bpchar'::regtype) AND a.atttypmod > 0 THEN a.atttypmod - 4 "
+               u"WHEN a.attlen > 0 THEN a.attlen ELSE -1 END, NOT a.attnotnull, a.attidentity <> "
+               u"'' OR pg_get_serial_sequence(a.attrelid::regclass::text, a.attname) IS NOT NULL, "
+               u"CASE WHEN a.attgenerated = '' THEN pg_get_expr(d.adbin, d.adrelid) END, CASE WHEN "
+               u"a.attgenerated <> '' THEN pg_get_expr(d.adbin, d.adrelid) END FROM pg_attribute a "
+               u"LEFT JOIN pg_attrdef d ON d.adrelid = a.attrelid AND d.adnum = a.attnum WHERE "
+               u"a.attnum > 0 AND NOT a.attisdropped AND a.attrelid = "_s
+               + tableOid + u" ORDER BY a.attnum"_s;
+    }
+    QString primaryKeyQuery() const override
+    {
+        return u"SELECT con.conname, i.indisclustered, a.attname FROM pg_constraint con JOIN "
+               u"pg_index i ON i.indexrelid = con.conindid CROSS JOIN LATERAL unnest(con.conkey) "
+               u"WITH ORDINALITY AS k(attnum, ord) JOIN pg_attribute a ON a.attrelid = "
+               u"con.conrelid AND a.attnum = k.attnum WHERE con.contype = 'p' AND con.conrelid = "_s
+               + tableOid + u" ORDER BY k.ord"_s;
+    }
+    QString indexesQuery() const override
+    {
+        return u"SELECT ic.relname, i.indisprimary, i.indisunique, i.indisclustered, "
+               u"coalesce(a.attname, pg_get_indexdef(i.indexrelid, k.ord::int, true)) FROM "
+               u"pg_index i JOIN pg_class ic ON ic.oid = i.indexrelid CROSS JOIN LATERAL "
+               u"unnest(i.indkey::int2[]) WITH ORDINALITY AS k(attnum, ord) LEFT JOIN pg_attribute "
+               u"a ON a.attrelid = i.indrelid AND a.attnum = k.attnum WHERE k.ord <= i.indnkeyatts "
+               u"AND i.indrelid = "_s
+               + tableOid + u" ORDER BY i.indexrelid, k.ord"_s;
+    }
+    QString viewsQuery(bool withDates) const override
+    {
+        return u"SELECT n.nspname, c.relname, "_s
+               + createdColumn(withDates, u"V"_s, u"n.nspname"_s, u"c.relname"_s)
+               + u", pg_get_viewdef(c.oid, true) FROM pg_class c JOIN pg_namespace n ON n.oid = "
+                 u"c.relnamespace WHERE c.relkind IN ('v', 'm') AND "_s
+               + userSchemas + u" ORDER BY 1, 2"_s;
+    }
+    QString functionsQuery(bool withDates) const override
+    {
+        return u"SELECT n.nspname, p.proname, "_s
+               + createdColumn(withDates, u"F"_s, u"n.nspname"_s, u"p.proname"_s)
+               + u", pg_get_functiondef(p.oid) FROM pg_proc p JOIN pg_namespace n ON n.oid = "
+                 u"p.pronamespace WHERE p.prokind = 'f' AND NOT EXISTS (SELECT 1 FROM pg_depend "
+                 u"dep WHERE dep.classid = 'pg_proc'::regclass AND dep.objid = p.oid AND "
+                 u"dep.deptype = 'e') AND "_s
+               + userSchemas + u" ORDER BY 1, 2"_s;
+    }
+    QString createdRecordQuery() const override
+    {
+        return u"SELECT 1 WHERE to_regclass('mgimport8.object_created') IS NOT NULL"_s;
+    }
+    QStringList recordCreatedStatements() const override
+    {
+        return {u"CREATE SCHEMA IF NOT EXISTS mgimport8"_s,
+                u"CREATE TABLE IF NOT EXISTS mgimport8.object_created (kind char(1) NOT NULL, "
+                u"schema_name name NOT NULL, object_name name NOT NULL, created timestamptz NOT "
+                u"NULL DEFAULT now(), PRIMARY KEY (kind, schema_name, object_name))"_s,
+                u"INSERT INTO mgimport8.object_created (kind, schema_name, object_name) VALUES (?, "
+                u"?, ?) ON CONFLICT (kind, schema_name, object_name) DO UPDATE SET created = "
+                u"now()"_s};
+    }
+    QString loginsQuery() const override
+    {
+        return u"SELECT rolname, 'SQL_LOGIN', false, '' FROM pg_roles WHERE rolcanlogin ORDER BY "
+               u"oid"_s;
+    }
+    // PostgreSQL has no users per database: the login roles that may connect to it stand in.
+    QString usersQuery() const override
+    {
+        return u"SELECT rolname, rolname FROM pg_roles WHERE rolcanlogin AND "
+               u"has_database_privilege(oid, current_database(), 'CONNECT') ORDER BY oid"_s;
+    }
+    QString rolesQuery() const override
+    {
+        return u"SELECT r.rolname, m.rolname FROM pg_roles r LEFT JOIN pg_auth_members am ON "
+               u"am.roleid = r.oid LEFT JOIN pg_roles m ON m.oid = am.member WHERE NOT "
+               u"r.rolcanlogin AND r.rolname NOT LIKE 'pg\\_%' ORDER BY r.oid, m.rolname"_s;
+    }
+    QString quoteName(const QString &name) const override
+    {
+        QString escaped = name;
+        escaped.replace(u"\""_s, u"\"\""_s);
+        return u'"' + escaped + u'"';
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Dialect> makePostgresDialect()
+{
+    return std::make_unique<PostgresDialect>();
+}
+
+} // namespace MGImport8::SqlAdmin

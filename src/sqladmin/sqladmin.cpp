@@ -1,0 +1,366 @@
+#include "sqladmin/sqladmin_p.h"
+
+#include "common/connectionstring.h"
+#include "sqladmin/connectiontranslator.h"
+#include "sqladmin/manageddatabase.h"
+#include "sqladmin/qtsession.h"
+
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QThread>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8 {
+
+using namespace SqlAdmin;
+
+namespace {
+
+const QString crlf = u"\r\n"_s;
+/// Seconds a statement of a database connection may run.
+constexpr int commandTimeoutSeconds = 20;
+/// How long RestartServer waits between two looks at the server's state.
+constexpr unsigned long statusPollMilliseconds = 1000;
+// The long tail of every connection string.
+const QString connectionTail = u";Use Procedure for Prepare=1;Auto Translate=True;Packet Size=4096;"
+                               u"Workstation ID=Marrowgate;Use Encryption for Data=FALSE;"
+                               u"Tag with column collation when possible=False"_s;
+
+} // namespace
+
+ServerKind SQLAdmin::Private::kind() const
+{
+    return serverType == SQLAdmin::PostgreSqlType ? ServerKind::PostgreSql : ServerKind::SqlServer;
+}
+
+LoginSettings SQLAdmin::Private::login() const
+{
+    LoginSettings settings;
+    settings.server = serverName;
+    settings.login = loginName;
+    settings.password = loginPassword;
+    settings.integrated = integrated;
+    settings.loginTimeout = ManagementServer::loginTimeoutSeconds;
+    return settings;
+}
+
+SQLAdmin::SQLAdmin(QObject *parent)
+    : QObject(parent)
+    , d(std::make_unique<Private>())
+{
+    d->probeLibrary = probeDriverStack;
+    // Registration programs do not exist here; a launch fails silently, as a failed one does.
+    d->launch = [](const QString &) {};
+    d->integrated = true;
+    (void)TestDMO();
+}
+
+SQLAdmin::~SQLAdmin()
+{
+    Disconnect();
+}
+
+QString SQLAdmin::Key() const
+{
+    return d->serverName;
+}
+
+int SQLAdmin::DatabaseSecurityMode() const
+{
+    if (!d->server)
+        return -1;
+    Result<int> mode = d->server->securityMode();
+    return mode ? mode.value() : -1;
+}
+
+void SQLAdmin::setDatabaseSecurityMode(int DatabaseSecurityMode)
+{
+    if (!d->server)
+        return;
+    Result<bool> set = d->server->setSecurityMode(DatabaseSecurityMode);
+    if (!set)
+        d->lastError = set.error();
+}
+
+bool SQLAdmin::RestartServer()
+{
+    if (!d->server)
+        return false;
+    (void)d->server->shutdown();
+    while (d->server->status() == ServerStatus::Stopping)
+        QThread::msleep(statusPollMilliseconds);
+    d->server->disconnect();
+    // Start, then connect as the start would: the start fails here, the connect may not.
+    (void)d->server->start(d->serverName);
+    (void)d->server->connect(d->login());
+    while (d->server->status() == ServerStatus::Starting)
+        QThread::msleep(statusPollMilliseconds);
+    return false;
+}
+
+QString SQLAdmin::LastError() const
+{
+    return d->lastError;
+}
+
+QString SQLAdmin::LoginName() const
+{
+    return d->loginName;
+}
+
+void SQLAdmin::setLoginName(const QString &LoginName)
+{
+    d->loginName = LoginName;
+}
+
+QString SQLAdmin::LoginPassword() const
+{
+    return d->loginPassword;
+}
+
+void SQLAdmin::setLoginPassword(const QString &LoginPassword)
+{
+    d->loginPassword = LoginPassword;
+}
+
+bool SQLAdmin::UseIntegratedNTSecurity() const
+{
+    return d->integrated;
+}
+
+void SQLAdmin::setUseIntegratedNTSecurity(bool UseIntegratedNTSecurity)
+{
+    d->integrated = UseIntegratedNTSecurity;
+}
+
+QString SQLAdmin::ServerNetName() const
+{
+    if (!d->server)
+        return {};
+    Result<QString> name = d->server->netName();
+    return name ? name.value() : QString();
+}
+
+QString SQLAdmin::SQlServerVersion() const
+{
+    if (!d->server)
+        return {};
+    Result<QString> version = d->server->versionString();
+    if (!version)
+        return {};
+    const QString text = version.value() + u'\n';
+    return text.first(text.indexOf(u'\n'));
+}
+
+QStringList SQLAdmin::Databases() const
+{
+    if (!d->server)
+        return {};
+    Result<QStringList> names = d->server->databaseNames();
+    return names ? names.value() : QStringList();
+}
+
+bool SQLAdmin::Connected() const
+{
+    return d->server != nullptr;
+}
+
+QString SQLAdmin::ServerName() const
+{
+    return d->serverName;
+}
+
+void SQLAdmin::setServerName(const QString &ServerName)
+{
+    d->serverName = ServerName;
+}
+
+void SQLAdmin::Disconnect()
+{
+    if (d->server)
+        d->server->disconnect();
+    d->release();
+}
+
+bool SQLAdmin::Connect(bool RequireSysAdmin)
+{
+    // The management object: here the driver stack of the server type.
+    if (!d->server || d->server->kind() != d->kind()) {
+        d->release();
+        if (!d->probeLibrary(d->kind()).present) {
+            d->lastError = u"SQL Server Management objects are not installed on this machine."_s
+                           + crlf + crlf
+                           + u"You must first install Microsoft SQL Server on this machine."_s;
+            return false;
+        }
+        d->server = std::make_unique<ManagementServer>(d->kind(), d->factory);
+    }
+    d->server->disconnect();
+    d->lastError.clear();
+    (void)d->server->start(d->serverName);
+
+    const auto errorExit = [this](const QString &description) {
+        d->lastError = description;
+        d->release();
+        return false;
+    };
+    if (Result<bool> connected = d->server->connect(d->login()); !connected)
+        return errorExit(connected.error());
+
+    if (RequireSysAdmin) {
+        Result<bool> sysAdmin = d->server->isSysAdmin();
+        if (!sysAdmin)
+            return errorExit(sysAdmin.error());
+        if (sysAdmin.value())
+            return true;
+        Result<QString> netName = d->server->netName();
+        if (!netName)
+            return errorExit(netName.error());
+        d->lastError = d->loginName
+                       + u" does not have system administrator rights on this SQL Server ("_s
+                       + netName.value() + u")"_s;
+        d->release();
+        return false;
+    }
+    Result<QString> identity = d->server->loginIdentity();
+    if (!identity)
+        return errorExit(identity.error());
+    if (!identity.value().isEmpty())
+        return true;
+    Result<QString> netName = d->server->netName();
+    if (!netName)
+        return errorExit(netName.error());
+    d->lastError = u"Could not login to ("_s + netName.value() + u") using '"_s + d->loginName
+                   + u"'"_s;
+    d->release();
+    return false;
+}
+
+bool SQLAdmin::DatabaseExist(const QString &Name) const
+{
+    if (!d->server || d->server->status() != ServerStatus::Running)
+        return false;
+    const QString wanted = Name.toUpper();
+    for (const QString &name : Databases()) {
+        if (name.toUpper() == wanted)
+            return true;
+    }
+    return false;
+}
+
+QString SQLAdmin::DefaultDataPath()
+{
+    if (!d->server)
+        return {};
+    Result<QString> file = d->server->dataFilePath();
+    if (!file)
+        return {};
+    const QString path = file.value().trimmed();
+    const qsizetype slash = path.lastIndexOf(u'\\');
+    return slash >= 0 ? path.first(slash + 1) : path;
+}
+
+QString SQLAdmin::BuildConnectionString(const QString &Server, const QString &Database) const
+{
+    const QString place = u";Persist Security Info=False;Initial Catalog="_s + Database
+                          + u";Data Source="_s + Server + connectionTail;
+    if (d->databaseUserId.isEmpty() || d->databaseUserPassword.isEmpty()) {
+        if (d->integrated)
+            return u"Provider=SQLOLEDB.1;Integrated Security=SSPI"_s + place;
+        return u"Provider=SQLOLEDB.1;User ID='"_s + d->loginName + u"';Password='"_s
+               + d->loginPassword + u"'"_s + place;
+    }
+    return u"Provider=SQLOLEDB.1;User ID='"_s + d->databaseUserId + u"';Password='"_s
+           + d->databaseUserPassword + u"'"_s + place;
+}
+
+DatabaseHandle SQLAdmin::DatabaseConnection(const QString &Server, const QString &Database)
+{
+    LoginSettings login = loginFromConnectionString(
+        ConnectionString::parse(BuildConnectionString(Server, Database)));
+    login.loginTimeout = ManagementServer::loginTimeoutSeconds;
+    login.commandTimeout = commandTimeoutSeconds;
+    Result<QString> name = openQtConnection(d->kind(), login);
+    if (!name) {
+        d->lastError = name.error();
+        return {};
+    }
+    return DatabaseHandle(name.value());
+}
+
+bool SQLAdmin::VerifyDatabase(const QString &Server, const QString &Database)
+{
+    const QString keepError = d->lastError;
+    DatabaseHandle handle = DatabaseConnection(Server, Database);
+    d->lastError = keepError;
+    if (!handle)
+        return false;
+    const QSqlDatabase db = handle.database();
+    for (const QString &table : {u"Nodes"_s, u"Interfaces"_s}) {
+        QString name = table;
+        if (d->kind() == ServerKind::PostgreSql) {
+            // Unquoted names fold to lower case there: count the table whose name matches
+            // without regard to case, the exact spelling first.
+            QSqlQuery find(db);
+            find.prepare(u"SELECT c.relname FROM pg_class c WHERE pg_table_is_visible(c.oid) AND "
+                         u"c.relkind IN ('r', 'p', 'v', 'm', 'f') AND lower(c.relname) = "
+                         u"lower(?::text) ORDER BY c.relname = ?::text DESC LIMIT 1"_s);
+            find.addBindValue(table);
+            find.addBindValue(table);
+            if (!find.exec() || !find.next())
+                return false;
+            name = Dialect::create(ServerKind::PostgreSql)->quoteName(find.value(0).toString());
+        }
+        QSqlQuery count(db);
+        count.setForwardOnly(true);
+        if (!count.exec(u"Select Count(*) from "_s + name))
+            return false;
+    }
+    return true;
+}
+
+QString SQLAdmin::UpdateTrace() const
+{
+    return d->trace;
+}
+
+QString SQLAdmin::ServerType() const
+{
+    return d->serverType;
+}
+
+void SQLAdmin::setServerType(const QString &ServerType)
+{
+    d->serverType = ServerType.compare(PostgreSqlType, Qt::CaseInsensitive) == 0 ? PostgreSqlType
+                                                                                 : SqlServerType;
+}
+
+SqlAdmin::ManagedDatabase *SQLAdmin::GetDatabase(const QString &Name)
+{
+    if (!d->server) {
+        d->lastError = u"Not connected to a server."_s;
+        return nullptr;
+    }
+    Result<ManagedDatabase *> database = d->server->database(Name);
+    d->lastError = database ? QString() : database.error();
+    return database ? database.value() : nullptr;
+}
+
+SqlAdmin::ManagementServer *SQLAdmin::SQLServer() const
+{
+    return d->server.get();
+}
+
+bool SQLAdmin::reRegistered() const
+{
+    return d->reRegistered;
+}
+
+void SQLAdmin::setDatabaseUser(const QString &userId, const QString &password)
+{
+    d->databaseUserId = userId;
+    d->databaseUserPassword = password;
+}
+
+} // namespace MGImport8

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <MGImport8/sqladmin.h>
+
+#include "sqladmin/managementserver.h"
+#include "sqladmin/sqlsession.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+
+namespace MGImport8 {
+
+/// What `TestDMO` learns of the management library: whether it can be loaded, and its version.
+struct ManagementLibraryProbe
+{
+    bool present = false;
+    int major = 0;
+    int minor = 0;
+};
+
+struct SQLAdmin::Private
+{
+    std::unique_ptr<SqlAdmin::ManagementServer> server;
+    SqlAdmin::SessionFactory factory = SqlAdmin::qtSessionFactory();
+    std::function<ManagementLibraryProbe(SqlAdmin::ServerKind)> probeLibrary;
+    /// Starts a registration command in a hidden window without waiting for it.
+    std::function<void(const QString &)> launch;
+
+    QString lastError;
+    QString trace;
+    QString serverName;
+    QString loginName;
+    QString loginPassword;
+    bool integrated = true;
+    QString databaseUserId;
+    QString databaseUserPassword;
+    QString serverType = SQLAdmin::SqlServerType;
+    bool reRegistered = false;
+
+    SqlAdmin::ServerKind kind() const;
+    SqlAdmin::LoginSettings login() const;
+    void release() { server.reset(); }
+};
+
+namespace SqlAdmin {
+
+/// The management library that the driver stack stands for: the Qt SQL driver of the kind (and
+/// for SQL Server the FreeTDS ODBC driver), in the version of the interface this layer offers.
+ManagementLibraryProbe probeDriverStack(ServerKind kind);
+
+/// Library-internal access to an `SQLAdmin`'s private state, for the structure maintenance code
+/// and for tests that stand in for a server that cannot run here.
+class SQLAdminAccess
+{
+public:
+    static SQLAdmin::Private &of(SQLAdmin &admin) { return *admin.d; }
+};
+
+/// The registration commands `TestDMO` launches for the library copy in `directory`.
+QStringList dmoRegistrationCommands(const QString &directory);
+
+} // namespace SqlAdmin
+
+} // namespace MGImport8

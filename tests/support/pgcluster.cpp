@@ -1,0 +1,254 @@
+#include "pgcluster.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <pwd.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8::Test {
+
+namespace {
+
+// Seconds pg_ctl waits for the server to start or stop.
+constexpr int serverWaitSeconds = 60;
+constexpr int toolTimeoutMilliseconds = 120 * 1000;
+
+std::unique_ptr<PgCluster> sharedCluster;
+QString sharedReason;
+bool sharedTried = false;
+
+QString binDir()
+{
+    const QString configured = qEnvironmentVariable("MGIMPORT8_PG_BINDIR");
+    return configured.isEmpty() ? u"/usr/lib/postgresql/15/bin"_s : configured;
+}
+
+bool runningAsRoot()
+{
+    return geteuid() == 0;
+}
+
+// Hands a path to the postgres user, which runs the server when the tests run as root.
+bool giveToPostgres(const QString &path)
+{
+    const passwd *user = getpwnam("postgres");
+    return user && chown(QFile::encodeName(path).constData(), user->pw_uid, user->pw_gid) == 0;
+}
+
+// A port that nothing listens on now: the one the system picks for a socket bound to port 0.
+int freePort()
+{
+    const int probe = ::socket(AF_INET, SOCK_STREAM, 0);
+    if (probe < 0)
+        return 0;
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    int port = 0;
+    if (::bind(probe, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0
+        && ::getsockname(probe, reinterpret_cast<sockaddr *>(&address), &length) == 0)
+        port = ntohs(address.sin_port);
+    ::close(probe);
+    return port;
+}
+
+void stopShared()
+{
+    sharedCluster.reset();
+}
+
+} // namespace
+
+QString PgCluster::osUser()
+{
+    const passwd *user = getpwuid(geteuid());
+    return user ? QString::fromLocal8Bit(user->pw_name) : QString();
+}
+
+PgCluster *PgCluster::shared()
+{
+    if (!sharedTried) {
+        sharedTried = true;
+        sharedCluster = create(&sharedReason);
+        if (sharedCluster) {
+            // Stop it while Qt is still there to run pg_ctl; at exit as a fallback.
+            if (QCoreApplication::instance())
+                qAddPostRoutine(stopShared);
+            else
+                std::atexit(stopShared);
+        }
+    }
+    return sharedCluster.get();
+}
+
+QString PgCluster::unavailableReason()
+{
+    return sharedReason;
+}
+
+std::unique_ptr<PgCluster> PgCluster::create(QString *error)
+{
+    if (!QFileInfo::exists(binDir() + u"/initdb"_s)) {
+        *error = u"no PostgreSQL binaries in "_s + binDir();
+        return nullptr;
+    }
+    std::unique_ptr<PgCluster> cluster(new PgCluster);
+    if (!cluster->m_folder.isValid()) {
+        *error = u"cannot make a temporary folder"_s;
+        return nullptr;
+    }
+    if (!cluster->initialise(error) || !cluster->start(error))
+        return nullptr;
+    const QString role = osUser();
+    if (role != QLatin1StringView(superUser)) {
+        QString output;
+        if (!cluster->psql(u"postgres"_s, u"CREATE ROLE \""_s + role + u"\" LOGIN SUPERUSER"_s,
+                           &output)) {
+            *error = u"cannot create the role of the test user: "_s + output;
+            return nullptr;
+        }
+    }
+    return cluster;
+}
+
+bool PgCluster::initialise(QString *error)
+{
+    const QString folder = m_folder.path();
+    ::chmod(QFile::encodeName(folder).constData(), 0755);
+    const QString passwordFile = folder + u"/superuser.pw"_s;
+    {
+        QFile file(passwordFile);
+        if (!file.open(QIODevice::WriteOnly)) {
+            *error = u"cannot write "_s + passwordFile;
+            return false;
+        }
+        file.write(QByteArray(superPassword) + '\n');
+    }
+    if (runningAsRoot() && (!giveToPostgres(folder) || !giveToPostgres(passwordFile))) {
+        *error = u"the tests run as root and there is no postgres user to run the server"_s;
+        return false;
+    }
+    QString output;
+    if (!runTool(u"initdb"_s,
+                 {u"-D"_s, folder + u"/data"_s, u"-U"_s, QString::fromLatin1(superUser),
+                  u"--pwfile="_s + passwordFile, u"--auth-local=scram-sha-256"_s,
+                  u"--auth-host=scram-sha-256"_s, u"-E"_s, u"UTF8"_s, u"--no-locale"_s,
+                  u"--no-sync"_s},
+                 &output)) {
+        *error = u"initdb failed: "_s + output;
+        return false;
+    }
+    // The test user logs in by its identity over the socket; everybody else gives a password.
+    QFile hba(folder + u"/data/pg_hba.conf"_s);
+    if (!hba.open(QIODevice::ReadOnly)) {
+        *error = u"cannot read pg_hba.conf"_s;
+        return false;
+    }
+    const QByteArray rules = hba.readAll();
+    hba.close();
+    if (!hba.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        *error = u"cannot write pg_hba.conf"_s;
+        return false;
+    }
+    hba.write("local all " + osUser().toLocal8Bit() + " peer\n" + rules);
+    hba.close();
+    m_port = freePort();
+    if (m_port == 0) {
+        *error = u"no free port"_s;
+        return false;
+    }
+    return true;
+}
+
+bool PgCluster::runTool(const QString &tool, const QStringList &arguments, QString *output) const
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.setWorkingDirectory(m_folder.path());
+    const QString program = binDir() + u'/' + tool;
+    if (runningAsRoot())
+        process.start(u"runuser"_s,
+                      QStringList{u"-u"_s, u"postgres"_s, u"--"_s, program} + arguments);
+    else
+        process.start(program, arguments);
+    const bool finished = process.waitForFinished(toolTimeoutMilliseconds);
+    if (output)
+        *output = QString::fromLocal8Bit(process.readAll()).trimmed();
+    if (!finished) {
+        process.kill();
+        process.waitForFinished();
+        return false;
+    }
+    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
+bool PgCluster::start(QString *error)
+{
+    const QString options = u"-p "_s + QString::number(m_port) + u" -k "_s + m_folder.path()
+                            + u" -c listen_addresses=127.0.0.1 -c fsync=off"_s;
+    QString output;
+    m_running = runTool(u"pg_ctl"_s,
+                        {u"-D"_s, m_folder.path() + u"/data"_s, u"-l"_s,
+                         m_folder.path() + u"/server.log"_s, u"-w"_s, u"-t"_s,
+                         QString::number(serverWaitSeconds), u"-o"_s, options, u"start"_s},
+                        &output);
+    if (!m_running && error)
+        *error = u"pg_ctl start failed: "_s + output;
+    return m_running;
+}
+
+bool PgCluster::stop()
+{
+    if (!m_running)
+        return true;
+    m_running = !runTool(u"pg_ctl"_s,
+                         {u"-D"_s, m_folder.path() + u"/data"_s, u"-m"_s, u"immediate"_s, u"-w"_s,
+                          u"-t"_s, QString::number(serverWaitSeconds), u"stop"_s},
+                         nullptr);
+    return !m_running;
+}
+
+PgCluster::~PgCluster()
+{
+    stop();
+}
+
+QString PgCluster::socketServerName() const
+{
+    return m_folder.path() + u':' + QString::number(m_port);
+}
+
+QString PgCluster::tcpServerName() const
+{
+    return u"127.0.0.1:"_s + QString::number(m_port);
+}
+
+bool PgCluster::psql(const QString &database, const QString &sql, QString *output) const
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"PGPASSWORD"_s, QString::fromLatin1(superPassword));
+    process.setProcessEnvironment(environment);
+    process.start(binDir() + u"/psql"_s,
+                  {u"-X"_s, u"-q"_s, u"-A"_s, u"-t"_s, u"-v"_s, u"ON_ERROR_STOP=1"_s, u"-h"_s,
+                   m_folder.path(), u"-p"_s, QString::number(m_port), u"-U"_s,
+                   QString::fromLatin1(superUser), u"-d"_s, database, u"-c"_s, sql});
+    const bool finished = process.waitForFinished(toolTimeoutMilliseconds);
+    if (output)
+        *output = QString::fromUtf8(process.readAll()).trimmed();
+    return finished && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
+} // namespace MGImport8::Test
