@@ -1,5 +1,7 @@
 #include "wizard/standardsourcereader.h"
 
+#include "wizard/serversourcereader.h"
+
 #include <MGImport8/importtype.h>
 
 using namespace Qt::StringLiterals;
@@ -18,7 +20,7 @@ StandardSourceReader::StandardSourceReader(WizardView &view)
     // The Access reader.
     , m_access(std::make_unique<UnavailableSourceReader>(view))
     // The server reader.
-    , m_servers(std::make_unique<UnavailableSourceReader>(view))
+    , m_servers(std::make_unique<ServerSourceReader>(view))
 {}
 
 SourceReader &StandardSourceReader::tableReader(const ImportType &method)
