@@ -2,6 +2,7 @@
 
 #include "wizard/access/accesssourcereader.h"
 #include "wizard/workbook/workbooksourcereader.h"
+#include "wizard/serversourcereader.h"
 
 #include <MGImport8/importtype.h>
 
@@ -21,7 +22,7 @@ StandardSourceReader::StandardSourceReader(WizardView &view)
     // The Access reader.
     , m_access(std::make_unique<AccessSourceReader>(view))
     // The server reader.
-    , m_servers(std::make_unique<UnavailableSourceReader>(view))
+    , m_servers(std::make_unique<ServerSourceReader>(view))
 {}
 
 SourceReader &StandardSourceReader::tableReader(const ImportType &method)

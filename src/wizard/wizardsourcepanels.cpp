@@ -193,10 +193,14 @@ void WizardController::openServerList()
         return;
     }
     QStringList servers;
-    m_sources->discoverServers(*m_method, servers,
-                               [this](const QString &text) { setStatusMessage(text); });
+    const bool discovered = m_sources->discoverServers(
+        *m_method, servers, [this](const QString &text) { setStatusMessage(text); });
     m_state.servers = servers;
-    setStatusMessage({});
+    // A discovery that could not run leaves its status text showing.
+    if (discovered)
+        setStatusMessage({});
+    else
+        notify();
 }
 
 void WizardController::openDatabaseList()

@@ -286,7 +286,7 @@ TEST(Catalogue, ShippedMethodsAreUsableAndNavigable)
     ASSERT_EQ(reports.size(), 1);
     EXPECT_TRUE(reports[0].loaded) << reports[0].problem.toStdString();
     EXPECT_TRUE(catalogue.LastError().isEmpty());
-    ASSERT_EQ(catalogue.Count(), 4);
+    ASSERT_EQ(catalogue.Count(), 5);
 
     const QStringList panelKeys = {u"MethodPanel"_s,  u"FilePanel"_s,        u"DatabasePanel"_s,
                                    u"TablePanel"_s,   u"SpreadsheetPanel"_s, u"DelimiterPanel"_s,
@@ -319,4 +319,7 @@ TEST(Catalogue, ShippedMethodsAreUsableAndNavigable)
     EXPECT_TRUE(sql->IncludePanel(u"DatabasePanel"_s));
     EXPECT_TRUE(sql->IncludePanel(u"TablePanel"_s));
     EXPECT_FALSE(sql->IncludePanel(u"FilePanel"_s));
+    const auto *postgres = catalogue.Item(u"PostgreSQL Database"_s);
+    EXPECT_EQ(postgres->Method(), u"IMPORTPOSTGRESQL"_s);
+    EXPECT_TRUE(postgres->IncludePanel(u"DatabasePanel"_s));
 }

@@ -240,7 +240,7 @@ TEST(DelimiterPreset, OnlyTheLastCharactersBoxStaysChecked)
     }
 }
 
-TEST_F(Navigation, DatabaseAndWorkbookSourcesSayTheyAreNotAvailable)
+TEST_F(Navigation, AccessAndWorkbookSourcesSayTheyAreNotAvailableAndADatabaseIsNeeded)
 {
     chooseMethod(u"Access"_s);
     view.setFileAnswer(u"/data/nodes.mdb"_s);
@@ -259,8 +259,7 @@ TEST_F(Navigation, DatabaseAndWorkbookSourcesSayTheyAreNotAvailable)
     ASSERT_EQ(panel(), Panel::DatabasePanel);
     wizard->next();
     EXPECT_EQ(panel(), Panel::DatabasePanel);
-    ASSERT_EQ(view.messages().size(), 1);
-    EXPECT_EQ(view.messages().first().icon, MessageIcon::Critical);
+    EXPECT_EQ(takeExclamation(), u"Please select a SQL Database first"_s);
     view.clearMessages();
 
     wizard->back();

@@ -1,6 +1,7 @@
 #include "importcommand.h"
 #include "methodscommand.h"
 #include "output.h"
+#include "serverscommand.h"
 
 #include <QCoreApplication>
 
@@ -35,6 +36,8 @@ void printUsage(QTextStream &stream)
               "  methods [--json]   List the import methods as the Import Wizard loads them\n"
               "                     from the *.ImportMethods files beside the library and in\n"
               "                     the folders of MGIMPORT8_METHODS_PATH.\n"
+              "  servers            List the SQL Servers found on the network and among the\n"
+              "                     registered servers.\n"
               "\n"
               "Run 'mgimport8 COMMAND --help' for a command's options.\n";
 }
@@ -58,6 +61,9 @@ int main(int argc, char **argv)
     } else if (command == "methods"_L1) {
         arguments.removeAt(1);
         status = runMethods(arguments);
+    } else if (command == "servers"_L1) {
+        arguments.removeAt(1);
+        status = runServers(arguments);
     } else if (command == "--help"_L1 || command == "-h"_L1 || command == "help"_L1) {
         printUsage(out());
         status = 0;

@@ -1,0 +1,95 @@
+#include "ssrpresponder.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace MGImport8::Test {
+
+namespace {
+
+constexpr int PollMilliseconds = 20;
+constexpr size_t MaxRequest = 1024;
+
+} // namespace
+
+SsrpResponder::SsrpResponder(QList<QByteArray> replies)
+    : m_replies(std::move(replies))
+{
+    m_socket = ::socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = 0;
+    socklen_t length = sizeof address;
+    if (m_socket < 0 || ::bind(m_socket, reinterpret_cast<sockaddr *>(&address), length) != 0
+        || ::getsockname(m_socket, reinterpret_cast<sockaddr *>(&address), &length) != 0) {
+        ADD_FAILURE() << "the loopback responder cannot open its socket";
+        return;
+    }
+    m_port = ntohs(address.sin_port);
+    m_thread = std::thread([this] { serve(); });
+}
+
+SsrpResponder::~SsrpResponder()
+{
+    m_stop = true;
+    if (m_thread.joinable())
+        m_thread.join();
+    if (m_socket >= 0)
+        ::close(m_socket);
+}
+
+QList<QByteArray> SsrpResponder::requests() const
+{
+    std::lock_guard lock(m_mutex);
+    return m_requests;
+}
+
+QByteArray SsrpResponder::target() const
+{
+    return "127.0.0.1:" + QByteArray::number(m_port);
+}
+
+QByteArray SsrpResponder::reply(const QByteArray &text)
+{
+    QByteArray datagram(1, '\x05');
+    datagram.append(static_cast<char>(text.size() & 0xff));
+    datagram.append(static_cast<char>((text.size() >> 8) & 0xff));
+    return datagram + text;
+}
+
+void SsrpResponder::serve()
+{
+    while (!m_stop) {
+        pollfd fd{m_socket, POLLIN, 0};
+        if (::poll(&fd, 1, PollMilliseconds) <= 0)
+            continue;
+        char buffer[MaxRequest];
+        sockaddr_in from{};
+        socklen_t fromLength = sizeof from;
+        const ssize_t size = ::recvfrom(m_socket, buffer, sizeof buffer, 0,
+                                        reinterpret_cast<sockaddr *>(&from), &fromLength);
+        if (size <= 0)
+            continue;
+        const QByteArray request(buffer, static_cast<qsizetype>(size));
+        {
+            std::lock_guard lock(m_mutex);
+            m_requests.append(request);
+        }
+        // Only the requests for all instances are answered; a Browser ignores what it does not
+        // understand.
+        if (request != "\x02" && request != "\x03")
+            continue;
+        for (const QByteArray &datagram : std::as_const(m_replies)) {
+            ::sendto(m_socket, datagram.constData(), static_cast<size_t>(datagram.size()), 0,
+                     reinterpret_cast<sockaddr *>(&from), fromLength);
+        }
+    }
+}
+
+} // namespace MGImport8::Test
