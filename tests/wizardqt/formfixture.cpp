@@ -43,7 +43,8 @@ void FormFixture::SetUp()
 
 void FormFixture::TearDown()
 {
-    EXPECT_EQ(takeQtWarnings(), QStringList());
+    const QStringList warnings = takeQtWarnings();
+    EXPECT_TRUE(warnings.isEmpty()) << warnings.join(u'\n').toStdString();
 }
 
 bool FormFixture::startWizard()

@@ -42,6 +42,13 @@ int ImportGridModel::gridRows() const
     return int(std::min<qsizetype>(m_grid.rowCount(), std::numeric_limits<int>::max()));
 }
 
+bool ImportGridModel::holds(const QModelIndex &index) const
+{
+    // Views ask about invalid indexes (the root) as a matter of course: no warning for them.
+    return index.isValid() && index.model() == this && index.row() < m_rows
+           && index.column() < m_columns;
+}
+
 int ImportGridModel::rowCount(const QModelIndex &parent) const
 {
     return parent.isValid() ? 0 : m_rows;
@@ -54,7 +61,7 @@ int ImportGridModel::columnCount(const QModelIndex &parent) const
 
 QVariant ImportGridModel::data(const QModelIndex &index, int role) const
 {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+    if (!holds(index))
         return {};
     const qsizetype row = index.row();
     const int column = index.column();
@@ -108,7 +115,7 @@ QVariant ImportGridModel::headerData(int section, Qt::Orientation orientation, i
 
 Qt::ItemFlags ImportGridModel::flags(const QModelIndex &index) const
 {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+    if (!holds(index))
         return Qt::NoItemFlags;
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
     // Only the top row can ever be edited (the mapping row); the wizard decides whether it may be

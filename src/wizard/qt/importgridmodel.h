@@ -36,6 +36,7 @@ public:
 
 private:
     void gridChanged(const ImportGrid::Change &change);
+    bool holds(const QModelIndex &index) const;
     /// The grid's row count as the view can address it.
     int gridRows() const;
 
