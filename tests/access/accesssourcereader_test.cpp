@@ -10,6 +10,10 @@
 #include "wizard/headlessview.h"
 #include "wizard/importgrid.h"
 #include "wizard/standardsourcereader.h"
+#include "wizard/wizardcontroller.h"
+#include "wizard/wizardstate.h"
+
+#include <MGImport8/engine.h>
 
 #include <MGImport8/importtype.h>
 
@@ -126,6 +130,58 @@ TEST_F(AccessReader, savedQueriesAndLinksAreNotTables)
     QStringList tables;
     ASSERT_TRUE(reader.listTables(method, tables));
     EXPECT_FALSE(tables.contains(u"Table2"_s));
+}
+
+// The wizard with real Access methods: the file panel lists the tables (or, without a table
+// panel, reads the method's table at once); the table panel's check wants a record.
+TEST(AccessWizard, filePanelListsOrReadsAndTablePanelWantsRecords)
+{
+    MGIMPORT8_REQUIRE_CORPUS();
+    TempFolder folder;
+    folder.write(u"methods/access.ImportMethods"_s, R"(<ImportMethods>
+  <ImportMethod NAME="Access" METHOD="IMPORTACCESS" DISABLED="NO"
+    PANELS="MethodPanel,FilePanel,TablePanel,MapPanel,PreviewPanel,OptionsPanel,ImportPanel"/>
+  <ImportMethod NAME="Shippers" METHOD="IMPORTACCESS" DISABLED="NO" TABLE="Shippers"
+    PANELS="MethodPanel,FilePanel,MapPanel,PreviewPanel,OptionsPanel,ImportPanel"/>
+</ImportMethods>)");
+    const ScopedEnv methods("MGIMPORT8_METHODS_PATH", (folder.path() + u"/methods"_s).toUtf8());
+    Engine engine;
+    engine.setColumns(u"Name,IP"_s);
+    HeadlessView view;
+    auto open = [&](const QString &method, const QString &file) {
+        auto wizard = std::make_unique<WizardController>(engine, view);
+        wizard->start();
+        const QList<MethodListRow> &rows = wizard->state().methods;
+        for (int row = 0; row < rows.size(); ++row) {
+            if (rows.at(row).name == method)
+                wizard->selectMethodRow(row);
+        }
+        view.setFileAnswer(corpusDir() % u"/access/"_s % file);
+        wizard->next();
+        wizard->next();
+        return wizard;
+    };
+
+    auto listing = open(u"Access"_s, u"jackcess/V2010/testV2010.accdb"_s);
+    ASSERT_EQ(listing->state().currentPanel, Panel::TablePanel);
+    EXPECT_EQ(listing->state().databaseTables,
+              QStringList({u"Table1"_s, u"Table2"_s, u"Table3"_s, u"Table4"_s}));
+    EXPECT_EQ(listing->state().selectTableDescription,
+              u"Which table in 'testV2010.accdb' should we use ?"_s);
+    view.clearMessages();
+    listing->selectTable(u"Table2"_s);
+    listing->next();
+    EXPECT_EQ(listing->state().currentPanel, Panel::TablePanel);
+    ASSERT_EQ(view.messages().size(), 2);
+    EXPECT_EQ(view.messages().at(1).text, u"Please select a Database Table with data in it."_s);
+    listing->selectTable(u"Table1"_s);
+    listing->next();
+    EXPECT_EQ(listing->state().currentPanel, Panel::MapPanel);
+
+    auto direct = open(u"Shippers"_s, u"mdbtestdata/nwind.mdb"_s);
+    ASSERT_EQ(direct->state().currentPanel, Panel::MapPanel);
+    EXPECT_EQ(direct->grid().rowTag(1), u"FieldHeader"_s);
+    EXPECT_EQ(direct->grid().text(2, 1), u"Speedy Express"_s);
 }
 
 } // namespace MGImport8::Test

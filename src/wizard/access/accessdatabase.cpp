@@ -273,9 +273,13 @@ Result<qsizetype> AccessDatabase::runQuery(const QString &statement, AccessRowSi
     sql->mdb = d->mdb;
     const QByteArray text = statement.toUtf8();
     if (!mdb_sql_run_query(sql.get(), text.constData()) || !sql->cur_table) {
-        const QString reason = mdb_sql_has_error(sql.get()) ? utf8(mdb_sql_last_error(sql.get()))
-                                                            : u"The statement could not be run."_s;
-        return Error{reason};
+        // The library names the statement, not the cause (which it prints on standard error).
+        const QString detail = mdb_sql_has_error(sql.get()) ? utf8(mdb_sql_last_error(sql.get()))
+                                                            : QString();
+        return Error{u"The statement could not be run: it names a table or field the database "
+                     "does not have, or SQL that MDB Tools cannot run (it reads one table, with "
+                     "simple conditions)."_s
+                     % (detail.isEmpty() ? QString() : u" ("_s % detail % u")"_s)};
     }
     MdbTableDef *tableDef = sql->cur_table;
     // Running the statement bound each result column to a buffer of its own.
