@@ -14,6 +14,7 @@ targets+=(access)
 # Extra seed folders and options, read in place (never written to).
 declare -A extra=([access]="${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/access -max_len=4194304")
 targets+=(ssrp)
+targets+=(connectionstring)
 cmake --build "$build" --parallel "$(nproc)" --target "${targets[@]/%/_fuzz}"
 
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"

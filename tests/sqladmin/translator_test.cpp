@@ -59,13 +59,14 @@ TEST(Translator, FreeTdsStrings)
     EXPECT_EQ(sql.password, u"p'w;d"_s);
     EXPECT_EQ(freeTdsConnectionString(sql),
               u"DRIVER={FreeTDS};SERVER={HOST\\INST};PORT=1500;DATABASE={Nodes DB};UID={s}}a};"
-              u"PWD={p'w;d};ClientCharset=UTF-8"_s);
+              u"PWD={p'w;d};TDS_Version=7.4;ClientCharset=UTF-8"_s);
     const LoginSettings integrated = loginFromConnectionString(ConnectionString::parse(
         u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;Initial "
         u"Catalog=;Data Source=SRV"_s));
     EXPECT_TRUE(integrated.integrated);
-    EXPECT_EQ(freeTdsConnectionString(integrated),
-              u"DRIVER={FreeTDS};SERVER={SRV};Trusted_Connection=Yes;ClientCharset=UTF-8"_s);
+    EXPECT_EQ(
+        freeTdsConnectionString(integrated),
+        u"DRIVER={FreeTDS};SERVER={SRV};Trusted_Connection=Yes;TDS_Version=7.4;ClientCharset=UTF-8"_s);
 }
 
 TEST(Translator, PasswordsNeverLeave)
