@@ -1,6 +1,7 @@
 #include "importcommand.h"
 
 #include "output.h"
+#include "serveroptions.h"
 
 #include "../../host/nodestore/nodestore.h"
 #include "common/yesno.h"
@@ -54,6 +55,7 @@ struct Options
     QList<std::pair<QString, QString>> maps;
     bool allRows = false;
     QString into;
+    std::optional<ServerOptions> server;
 };
 
 // "\t" in the delimiter text stands for a tab, "\\" for a backslash.
@@ -105,7 +107,8 @@ std::optional<Options> parseOptions(const QStringList &arguments)
                                   u"Imports into this node store (SQLite) instead of printing."_s,
                                   u"FILE"_s);
     parser.addOptions({columns, required, ipColumn, option, method, delimiters, map, rows, into});
-    parser.addPositionalArgument(u"FILE"_s, u"The file to import."_s);
+    const ServerOptionSet serverOptions(parser, true);
+    parser.addPositionalArgument(u"FILE"_s, u"The file to import (or --server and the rest)."_s);
 
     if (!parser.parse(arguments)) {
         err() << "mgimport8 import: " << parser.errorText() << '\n';
@@ -116,13 +119,21 @@ std::optional<Options> parseOptions(const QStringList &arguments)
                                            "mgimport8 import [options]"_L1);
         return Options{};
     }
-    if (parser.positionalArguments().size() != 1) {
+    Options result;
+    if (serverOptions.serverGiven()) {
+        if (!parser.positionalArguments().isEmpty()) {
+            err() << "mgimport8 import: a FILE and --server cannot go together\n";
+            return std::nullopt;
+        }
+        result.server = serverOptions.read(u"mgimport8 import"_s);
+        if (!result.server)
+            return std::nullopt;
+    } else if (parser.positionalArguments().size() != 1) {
         err() << "mgimport8 import: name exactly one FILE to import\n";
         return std::nullopt;
+    } else {
+        result.file = parser.positionalArguments().first();
     }
-
-    Options result;
-    result.file = parser.positionalArguments().first();
     if (parser.isSet(columns))
         result.columns = parser.value(columns);
     if (parser.isSet(required))
@@ -172,6 +183,9 @@ int methodRow(const ImportTypes &catalogue, const Options &options)
     }
     const QString suffix = QFileInfo(options.file).suffix().toLower();
     auto wants = [&](const ImportType &method) {
+        if (options.server)
+            return method.Method().compare(options.server->importMethod(), Qt::CaseInsensitive)
+                   == 0;
         if (WorkbookSuffixes.contains(suffix))
             return method.HasPanelList() && method.IncludePanel(u"SpreadsheetPanel"_s);
         if (AccessSuffixes.contains(suffix))
@@ -259,6 +273,19 @@ bool applyMaps(WizardController &wizard, const Engine &engine, const Options &op
     return true;
 }
 
+// The database panel as the user fills it in. A method without a table panel reads the table
+// named here when the panel is left.
+void applyServer(WizardController &wizard, const ServerOptions &server)
+{
+    wizard.setServerName(server.server);
+    wizard.setIntegratedSecurity(server.user.isEmpty());
+    wizard.setLoginName(server.user);
+    wizard.setLoginPassword(server.password);
+    wizard.setDatabaseName(server.database);
+    if (wizard.chosenMethod())
+        wizard.chosenMethod()->setTable(server.table);
+}
+
 } // namespace
 
 int runImport(const QStringList &arguments)
@@ -267,7 +294,7 @@ int runImport(const QStringList &arguments)
     if (!parsed)
         return UsageError;
     const Options &options = *parsed;
-    if (options.file.isEmpty())
+    if (options.file.isEmpty() && !options.server)
         return Completed; // --help
 
     Engine engine;
@@ -317,15 +344,24 @@ int runImport(const QStringList &arguments)
         return UsageError;
     }
     wizard.selectMethodRow(row);
-    wizard.setFilename(options.file);
+    if (!options.server)
+        wizard.setFilename(options.file);
 
     bool delimitersDone = false;
     bool mapsDone = false;
     bool rowsDone = false;
+    bool serverDone = false;
+    bool tableDone = false;
     while (wizard.state().currentPanel != Panel::ImportPanel) {
         const Panel panel = wizard.state().currentPanel;
         const qsizetype messagesBefore = view.messages().size();
-        if (panel == Panel::DelimiterPanel && options.delimiters && !delimitersDone) {
+        if (panel == Panel::DatabasePanel && options.server && !serverDone) {
+            applyServer(wizard, *options.server);
+            serverDone = true;
+        } else if (panel == Panel::TablePanel && options.server && !tableDone) {
+            wizard.selectTable(options.server->table);
+            tableDone = true;
+        } else if (panel == Panel::DelimiterPanel && options.delimiters && !delimitersDone) {
             applyDelimiters(wizard, *options.delimiters);
             delimitersDone = true;
         } else if (panel == Panel::MapPanel && !mapsDone) {
