@@ -10,10 +10,13 @@
 //   for a login name first under SQL security, and leaves its status showing when it cannot run.
 #include "wizardfixture.h"
 
+#include "wizard/serversourcereader.h"
+
 #include "../discovery/ssrpresponder.h"
 #include "pgcluster.h"
 
 #include <MGImport8/importrow.h>
+#include <MGImport8/importtypes.h>
 
 using namespace Qt::StringLiterals;
 
@@ -298,6 +301,63 @@ TEST_F(DatabasePath, discoversNetworkThenRegisteredServersOnceEach)
     EXPECT_EQ(wizard->state().statusMessage,
               u"Unable to load create SQL DMO Objects, please contact Marrowgate Support"_s);
     EXPECT_TRUE(wizard->state().servers.isEmpty());
+}
+
+TEST_F(DatabasePath, buildsEachServersReadStatement)
+{
+    const ImportType &sqlServer = *wizard->catalogue().Item(u"SQL"_s);
+    const ImportType &postgres = *wizard->catalogue().Item(u"PostgreSQL"_s);
+    struct Case
+    {
+        const ImportType *method;
+        QString table;
+        std::optional<QString> statement;
+    };
+    const QList<Case> cases = {
+        {&sqlServer, u" My Nodes "_s, u"Select TOP 5000 * From [My Nodes]"_s},
+        {&postgres, u"Nodes"_s, u"Select * From \"Nodes\" LIMIT 5000"_s},
+        {&sqlServer, u"select ip from nodes"_s, u"select ip from nodes"_s},
+        {&postgres, u"SELECT\tip"_s, std::nullopt},
+        // Only "SELECT" and a blank make a query; anything else is a name.
+        {&sqlServer, u"SELECTED"_s, u"Select TOP 5000 * From [SELECTED]"_s},
+        {&sqlServer, u"Sel"_s, u"Select TOP 5000 * From [Sel]"_s},
+        {&sqlServer, u"a] ; DROP TABLE x; --"_s, std::nullopt},
+        {&postgres, u"a\" ; DROP TABLE x; --"_s, std::nullopt},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.table.toStdString());
+        EXPECT_EQ(ServerSourceReader::tableStatement(*c.method, c.table), c.statement);
+    }
+}
+
+// A cluster of its own, stopped between listing the tables and reading one.
+TEST_F(DatabasePath, reportsAServerThatWentAwayBeforeTheRead)
+{
+    QString why;
+    std::unique_ptr<PgCluster> cluster = PgCluster::create(&why);
+    if (!cluster)
+        GTEST_SKIP() << "PostgreSQL is not available: " << why.toStdString();
+    ASSERT_TRUE(cluster->psql(u"postgres"_s, u"CREATE TABLE t (ip text); INSERT INTO t VALUES "
+                                             "('10.0.0.1')"_s));
+    ServerSourceReader reader(view);
+    ImportType &method = *wizard->catalogue().Item(u"PostgreSQL"_s);
+    const ServerLogin login{cluster->socketServerName(), true, {}, {}};
+    const std::optional<QString> connection = reader.serverConnectionString(method, login,
+                                                                            u"postgres"_s);
+    ASSERT_TRUE(connection);
+    method.setConnectionString(*connection);
+    method.setFilename(u"postgres"_s);
+    QStringList tables;
+    ASSERT_TRUE(reader.listTables(method, tables));
+    EXPECT_EQ(tables, QStringList{u"t"_s});
+
+    ASSERT_TRUE(cluster->stop());
+    ImportGrid grid;
+    EXPECT_FALSE(reader.readTable(method, u"t"_s, grid));
+    ASSERT_EQ(view.messages().size(), 1);
+    EXPECT_TRUE(view.messages().first().text.startsWith(u"Cannot open 'postgres'\r\n"_s))
+        << view.messages().first().text.toStdString();
+    EXPECT_EQ(grid.rowCount(), 0);
 }
 
 } // namespace
