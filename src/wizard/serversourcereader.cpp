@@ -2,8 +2,11 @@
 
 #include "common/commonfunctions.h"
 #include "common/connectionstring.h"
+#include "sqladmin/connectiontranslator.h"
 #include "sqladmin/discovery/serverchoice.h"
 #include "sqladmin/discovery/serverdiscovery.h"
+#include "sqladmin/managementserver.h"
+#include "sqladmin/qtsession.h"
 #include "wizard/importgrid.h"
 #include "wizard/texttable.h"
 #include "wizard/wizardview.h"
@@ -25,6 +28,8 @@ namespace {
 const QString postgresMethod = u"IMPORTPOSTGRESQL"_s;
 const QString selectPrefix = u"SELECT "_s;
 const QString lineBreak = u"\r\n"_s;
+/// How long a statement may run, as for every database connection of the family.
+constexpr int CommandTimeoutSeconds = 20;
 /// How many records are read between two yields to the user interface.
 constexpr qsizetype RecordsPerYield = 100;
 /// Characters that would end a bracketed or quoted name, or a connection string's entry.
@@ -137,28 +142,42 @@ std::optional<QString> ServerSourceReader::serverConnectionString(const ImportTy
     }
     SQLAdmin admin;
     configure(admin, method, login);
-    return admin.BuildConnectionString(login.serverName, databaseName);
+    m_builtConnection = admin.BuildConnectionString(login.serverName, databaseName);
+    m_builtLogin = login;
+    m_builtDatabase = databaseName;
+    return m_builtConnection;
 }
 
-// The method's connection string names the server, the database and the login.
+// The method's connection string names the server, the database and the login. The connection
+// is opened from the login itself rather than from the string again, whose format cannot carry
+// every password.
 bool ServerSourceReader::openMethodDatabase(const ImportType &method, DatabaseHandle &handle,
                                             QString &error, QString &server,
                                             QString &database) const
 {
-    const ConnectionString connection = ConnectionString::parse(method.ConnectionString());
-    server = connection.text(u"Data Source"_s);
-    database = connection.text(u"Initial Catalog"_s);
-    const QString integrated = connection.text(u"Integrated Security"_s);
-    ServerLogin login{server,
-                      integrated.compare(u"SSPI"_s, Qt::CaseInsensitive) == 0
-                          || integrated.compare(u"true"_s, Qt::CaseInsensitive) == 0,
-                      connection.text(u"User ID"_s), connection.text(u"Password"_s)};
-    SQLAdmin admin;
-    configure(admin, method, login);
-    handle = admin.DatabaseConnection(server, database);
-    if (!handle)
-        error = admin.LastError();
-    return bool(handle);
+    SqlAdmin::LoginSettings login = SqlAdmin::loginFromConnectionString(
+        ConnectionString::parse(method.ConnectionString()));
+    if (!m_builtConnection.isEmpty() && method.ConnectionString() == m_builtConnection) {
+        login.server = m_builtLogin.serverName;
+        login.database = m_builtDatabase;
+        login.integrated = m_builtLogin.integratedSecurity;
+        login.login = m_builtLogin.loginName;
+        login.password = m_builtLogin.password;
+    }
+    server = login.server;
+    database = login.database;
+    login.loginTimeout = SqlAdmin::ManagementServer::loginTimeoutSeconds;
+    login.commandTimeout = CommandTimeoutSeconds;
+    const Result<QString> name = SqlAdmin::openQtConnection(isPostgres(method)
+                                                                ? SqlAdmin::ServerKind::PostgreSql
+                                                                : SqlAdmin::ServerKind::SqlServer,
+                                                            login);
+    if (!name) {
+        error = name.error();
+        return false;
+    }
+    handle = DatabaseHandle(name.value());
+    return true;
 }
 
 bool ServerSourceReader::listTables(const ImportType &method, QStringList &tables)

@@ -44,6 +44,11 @@ private:
     bool openMethodDatabase(const ImportType &method, DatabaseHandle &handle, QString &error,
                             QString &server, QString &database) const;
     WizardView &m_view;
+    /// The login behind the last connection string built here: a password holding "';" cannot
+    /// be read back from the string, whose format does not escape it.
+    QString m_builtConnection;
+    ServerLogin m_builtLogin;
+    QString m_builtDatabase;
 };
 
 } // namespace MGImport8

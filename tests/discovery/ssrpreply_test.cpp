@@ -46,6 +46,11 @@ struct CorpusCase
     const char *expected; // the summary, or nullptr when the reply must be refused
 };
 
+void PrintTo(const CorpusCase &c, std::ostream *os)
+{
+    *os << c.file;
+}
+
 class CorpusReplies : public testing::TestWithParam<CorpusCase>
 {};
 
@@ -97,6 +102,11 @@ struct SyntheticCase
     QByteArray datagram;
     const char *expected; // nullptr: refused
 };
+
+void PrintTo(const SyntheticCase &c, std::ostream *os)
+{
+    *os << c.name;
+}
 
 class SyntheticReplies : public testing::TestWithParam<SyntheticCase>
 {};

@@ -1,6 +1,7 @@
 #include "importcommand.h"
 
 #include "output.h"
+#include "serveroptions.h"
 
 #include "../../host/nodestore/nodestore.h"
 #include "common/yesno.h"
@@ -57,6 +58,7 @@ struct Options
     QString into;
     int sheet = 1;
     std::optional<QString> table;
+    std::optional<ServerOptions> server;
 };
 
 // "\t" in the delimiter text stands for a tab, "\\" for a backslash.
@@ -116,7 +118,9 @@ std::optional<Options> parseOptions(const QStringList &arguments)
                                    u"The database table to read, or a SELECT statement."_s,
                                    u"NAME|QUERY"_s);
     parser.addOption(table);
-    parser.addPositionalArgument(u"FILE"_s, u"The file to import."_s);
+    // Server imports read their table from --table too.
+    const ServerOptionSet serverOptions(parser, true);
+    parser.addPositionalArgument(u"FILE"_s, u"The file to import (or --server and the rest)."_s);
 
     if (!parser.parse(arguments)) {
         err() << "mgimport8 import: " << parser.errorText() << '\n';
@@ -127,13 +131,21 @@ std::optional<Options> parseOptions(const QStringList &arguments)
                                            "mgimport8 import [options]"_L1);
         return Options{};
     }
-    if (parser.positionalArguments().size() != 1) {
+    Options result;
+    if (serverOptions.serverGiven()) {
+        if (!parser.positionalArguments().isEmpty()) {
+            err() << "mgimport8 import: a FILE and --server cannot go together\n";
+            return std::nullopt;
+        }
+        result.server = serverOptions.read(u"mgimport8 import"_s);
+        if (!result.server)
+            return std::nullopt;
+    } else if (parser.positionalArguments().size() != 1) {
         err() << "mgimport8 import: name exactly one FILE to import\n";
         return std::nullopt;
+    } else {
+        result.file = parser.positionalArguments().first();
     }
-
-    Options result;
-    result.file = parser.positionalArguments().first();
     if (parser.isSet(columns))
         result.columns = parser.value(columns);
     if (parser.isSet(required))
@@ -192,6 +204,9 @@ int methodRow(const ImportTypes &catalogue, const Options &options)
     }
     const QString suffix = QFileInfo(options.file).suffix().toLower();
     auto wants = [&](const ImportType &method) {
+        if (options.server)
+            return method.Method().compare(options.server->importMethod(), Qt::CaseInsensitive)
+                   == 0;
         if (WorkbookSuffixes.contains(suffix))
             return method.HasPanelList() && method.IncludePanel(u"SpreadsheetPanel"_s);
         if (AccessSuffixes.contains(suffix))
@@ -279,6 +294,19 @@ bool applyMaps(WizardController &wizard, const Engine &engine, const Options &op
     return true;
 }
 
+// The database panel as the user fills it in. A method without a table panel reads the table
+// named here when the panel is left.
+void applyServer(WizardController &wizard, const ServerOptions &server)
+{
+    wizard.setServerName(server.server);
+    wizard.setIntegratedSecurity(server.user.isEmpty());
+    wizard.setLoginName(server.user);
+    wizard.setLoginPassword(server.password);
+    wizard.setDatabaseName(server.database);
+    if (wizard.chosenMethod())
+        wizard.chosenMethod()->setTable(server.table);
+}
+
 } // namespace
 
 int runImport(const QStringList &arguments)
@@ -287,7 +315,7 @@ int runImport(const QStringList &arguments)
     if (!parsed)
         return UsageError;
     const Options &options = *parsed;
-    if (options.file.isEmpty())
+    if (options.file.isEmpty() && !options.server)
         return Completed; // --help
 
     Engine engine;
@@ -338,22 +366,29 @@ int runImport(const QStringList &arguments)
         return UsageError;
     }
     wizard.selectMethodRow(row);
-    wizard.setFilename(options.file);
+    if (!options.server)
+        wizard.setFilename(options.file);
 
     bool delimitersDone = false;
     bool mapsDone = false;
     bool rowsDone = false;
+    bool serverDone = false;
     bool tableDone = false;
     while (wizard.state().currentPanel != Panel::ImportPanel) {
         const Panel panel = wizard.state().currentPanel;
         const qsizetype messagesBefore = view.messages().size();
-        if (panel == Panel::TablePanel && !tableDone) {
-            if (!options.table) {
+        if (panel == Panel::DatabasePanel && options.server && !serverDone) {
+            applyServer(wizard, *options.server);
+            serverDone = true;
+        } else if (panel == Panel::TablePanel && !tableDone) {
+            const std::optional<QString> table = options.server ? options.server->table
+                                                                : options.table;
+            if (!table) {
                 err() << "mgimport8 import: name the table to read with --table; the database has: "
                       << wizard.state().databaseTables.join(u", "_s) << '\n';
                 return UsageError;
             }
-            wizard.selectTable(*options.table);
+            wizard.selectTable(*table);
             tableDone = true;
         } else if (panel == Panel::DelimiterPanel && options.delimiters && !delimitersDone) {
             applyDelimiters(wizard, *options.delimiters);

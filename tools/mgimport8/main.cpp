@@ -1,3 +1,4 @@
+#include "databasescommand.h"
 #include "importcommand.h"
 #include "methodscommand.h"
 #include "output.h"
@@ -33,6 +34,10 @@ void printUsage(QTextStream &stream)
               "  import [options] FILE\n"
               "                     Import FILE as the Import Wizard would, acting as a host:\n"
               "                     one JSON object per imported row on standard output.\n"
+              "  import --server NAME --database NAME --table NAME|QUERY [options]\n"
+              "                     The same from a table (or query) of a database server.\n"
+              "  databases --server NAME [options]\n"
+              "                     List the databases of a server.\n"
               "  methods [--json]   List the import methods as the Import Wizard loads them\n"
               "                     from the *.ImportMethods files beside the library and in\n"
               "                     the folders of MGIMPORT8_METHODS_PATH.\n"
@@ -61,6 +66,9 @@ int main(int argc, char **argv)
     } else if (command == "methods"_L1) {
         arguments.removeAt(1);
         status = runMethods(arguments);
+    } else if (command == "databases"_L1) {
+        arguments.removeAt(1);
+        status = runDatabases(arguments);
     } else if (command == "servers"_L1) {
         arguments.removeAt(1);
         status = runServers(arguments);

@@ -1,0 +1,365 @@
+// The wizard's database path against a real PostgreSQL cluster and a loopback SQL Server Browser:
+// - a walk from the method list through server, login, database and table to the import hands
+//   every record to the host, nulls as empty values, views and catalogue tables never offered;
+// - the connection string the panel builds is the family's, and a table text starting with
+//   "select " runs as written while a plain name reads at most 5000 records;
+// - names with quotes, brackets or semicolons are refused with a message before anything runs;
+// - wrong passwords, closed ports, missing databases and empty tables give their exact messages,
+//   and no message ever holds the password;
+// - server discovery lists the network's instances then the registered servers once each, asks
+//   for a login name first under SQL security, and leaves its status showing when it cannot run.
+#include "wizardfixture.h"
+
+#include "wizard/serversourcereader.h"
+
+#include "../discovery/ssrpresponder.h"
+#include "pgcluster.h"
+
+#include <MGImport8/importrow.h>
+#include <MGImport8/importtypes.h>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8::Test {
+
+namespace {
+
+const QString login = u"importer"_s;
+const QString password = u"Imp'ort;er [pw]"_s;
+
+const QByteArray postgresMethod = R"(<?xml version="1.0"?>
+<ImportMethods>
+  <ImportMethod NAME="PostgreSQL" METHOD="IMPORTPOSTGRESQL" DISABLED="NO" ICON="SQL"
+    PANELS="MethodPanel,DatabasePanel,TablePanel,MapPanel,PreviewPanel,OptionsPanel,ImportPanel"/>
+  <ImportMethod NAME="Query" METHOD="IMPORTPOSTGRESQL" DISABLED="NO" ICON="SQL"
+    TABLE="select ip, name from devices where name like 'core%' order by 1"
+    PANELS="MethodPanel,DatabasePanel,MapPanel,PreviewPanel,OptionsPanel,ImportPanel"/>
+</ImportMethods>
+)";
+
+bool prepare(PgCluster *cluster)
+{
+    static const bool done = [cluster] {
+        const std::pair<QString, QString> steps[] = {
+            {u"postgres"_s, u"CREATE ROLE importer LOGIN PASSWORD 'Imp''ort;er [pw]'"_s},
+            {u"postgres"_s, u"CREATE DATABASE \"Inventory\""_s},
+            {u"Inventory"_s,
+             u"CREATE TABLE devices (name text, ip text, location text);"
+             "INSERT INTO devices VALUES ('core-1', '10.0.0.1', 'Hall A'), "
+             "('core-2', '10.0.0.2', NULL), ('edge-1', '10.0.1.1', 'Roof');"
+             "CREATE VIEW device_view AS SELECT * FROM devices;"
+             "CREATE TABLE empty_table (ip text);"
+             "CREATE TABLE many AS SELECT '10.1.' || (g / 250) || '.' || (g % 250 + 1) AS ip "
+             "FROM generate_series(0, 5999) g;"
+             "GRANT SELECT ON ALL TABLES IN SCHEMA public TO importer"_s},
+        };
+        for (const auto &[database, sql] : steps) {
+            QString output;
+            if (!cluster->psql(database, sql, &output)) {
+                ADD_FAILURE() << output.toStdString();
+                return false;
+            }
+        }
+        return true;
+    }();
+    return done;
+}
+
+class DatabasePath : public WizardFixture
+{
+protected:
+    void SetUp() override
+    {
+        folder.write(u"methods/postgres.ImportMethods"_s, postgresMethod);
+        WizardFixture::SetUp();
+    }
+
+    // Method panel to database panel, logged in as the test's login on `server`.
+    void openDatabasePanel(const QString &method, const QString &server,
+                           const QString &pass = password)
+    {
+        chooseMethod(method);
+        wizard->next();
+        ASSERT_EQ(panel(), Panel::DatabasePanel);
+        wizard->setServerName(u"  "_s + server + u" "_s);
+        wizard->setIntegratedSecurity(false);
+        wizard->setLoginName(login);
+        wizard->setLoginPassword(pass);
+    }
+
+    void expectNoPasswordShown()
+    {
+        for (const QString &text : messageTexts())
+            EXPECT_FALSE(text.contains(password)) << text.toStdString();
+    }
+};
+
+TEST_F(DatabasePath, walksFromServerToImportWithEveryRecord)
+{
+    MGIMPORT8_REQUIRE_POSTGRES(cluster);
+    ASSERT_TRUE(prepare(cluster));
+    openDatabasePanel(u"PostgreSQL"_s, cluster->tcpServerName());
+
+    wizard->openDatabaseList();
+    ASSERT_TRUE(view.messages().isEmpty()) << messageTexts().join(u'\n').toStdString();
+    EXPECT_TRUE(wizard->state().databases.contains(u"Inventory"_s));
+    EXPECT_TRUE(wizard->state().statusMessage.isEmpty());
+    wizard->setDatabaseName(u"Inventory"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::TablePanel) << messageTexts().join(u'\n').toStdString();
+    EXPECT_EQ(wizard->chosenMethod()->ConnectionString(),
+              u"Provider=SQLOLEDB.1;User ID='importer';Password='"_s + password
+                  + u"';Persist Security Info=False;Initial Catalog=Inventory;Data Source="_s
+                  + cluster->tcpServerName()
+                  + u";Use Procedure for Prepare=1;Auto Translate=True;Packet Size=4096;"
+                    "Workstation ID=Marrowgate;Use Encryption for Data=FALSE;Tag with column "
+                    "collation when possible=False"_s);
+    EXPECT_EQ(wizard->state().databaseTables,
+              (QStringList{u"devices"_s, u"empty_table"_s, u"many"_s}));
+    EXPECT_EQ(wizard->state().selectTableDescription,
+              u"Which table in 'Inventory' should we use ?"_s);
+
+    wizard->selectTable(u"devices"_s);
+    ASSERT_TRUE(view.messages().isEmpty()) << messageTexts().join(u'\n').toStdString();
+    ASSERT_EQ(grid().rowCount(), 4);
+    EXPECT_EQ(grid().rowTag(0), u"FieldHeader"_s);
+    EXPECT_EQ(rowTexts(0), (QStringList{u"name"_s, u"ip"_s, u"location"_s}));
+    EXPECT_EQ(rowTexts(2), (QStringList{u"core-2"_s, u"10.0.0.2"_s, QString()}));
+
+    QStringList imported;
+    QObject::connect(&engine, &Engine::NewRow, [&](ImportRow *row, QString &, bool &) {
+        imported.append(row->Item(u"IP"_s)->Data().toString());
+    });
+    while (panel() != Panel::ImportPanel && view.messages().isEmpty()) {
+        const Panel before = panel();
+        wizard->next();
+        if (panel() == before)
+            break;
+    }
+    ASSERT_EQ(panel(), Panel::ImportPanel) << messageTexts().join(u'\n').toStdString();
+    EXPECT_EQ(imported, (QStringList{u"10.0.0.1"_s, u"10.0.0.2"_s, u"10.0.1.1"_s}));
+}
+
+TEST_F(DatabasePath, readsQueriesAsWrittenAndTablesUpToTheLimit)
+{
+    MGIMPORT8_REQUIRE_POSTGRES(cluster);
+    ASSERT_TRUE(prepare(cluster));
+    // Without a table panel the method's own query is read when the database panel is left.
+    openDatabasePanel(u"Query"_s, cluster->tcpServerName());
+    wizard->setDatabaseName(u"Inventory"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::MapPanel) << messageTexts().join(u'\n').toStdString();
+
+    restart();
+    openDatabasePanel(u"PostgreSQL"_s, cluster->tcpServerName());
+    wizard->setDatabaseName(u"Inventory"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::TablePanel);
+    wizard->selectTable(u"many"_s);
+    EXPECT_EQ(grid().rowCount(), 5001);
+    wizard->selectTable(u"  SeLeCt ip FROM many WHERE ip LIKE '10.1.0.%'  "_s);
+    EXPECT_EQ(grid().rowCount(), 251);
+    EXPECT_TRUE(view.messages().isEmpty()) << messageTexts().join(u'\n').toStdString();
+
+    wizard->selectTable(u"empty_table"_s);
+    EXPECT_EQ(takeExclamation(),
+              u"There are no records in the 'empty_table' table within 'Inventory'"_s);
+    EXPECT_EQ(grid().rowCount(), 1);
+    wizard->next();
+    EXPECT_EQ(takeExclamation(), u"Please select a Database Table with data in it."_s);
+
+    wizard->selectTable(u"no_such_table"_s);
+    ASSERT_EQ(view.messages().size(), 1);
+    EXPECT_TRUE(view.messages().first().text.startsWith(
+        u"Cannot open 'no_such_table' table within 'Inventory'\r\n"_s));
+    view.clearMessages();
+}
+
+TEST_F(DatabasePath, refusesNamesThatWouldChangeTheStatement)
+{
+    MGIMPORT8_REQUIRE_POSTGRES(cluster);
+    ASSERT_TRUE(prepare(cluster));
+    openDatabasePanel(u"PostgreSQL"_s, cluster->tcpServerName());
+    wizard->setDatabaseName(u"Inventory"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::TablePanel);
+    for (const QString &name :
+         {u"devices\"; DROP TABLE devices; --"_s, u"dev]ices"_s, u"dev'ices"_s, u"[devices"_s}) {
+        SCOPED_TRACE(name.toStdString());
+        wizard->selectTable(name);
+        EXPECT_EQ(takeExclamation(),
+                  u"The table name '"_s + name
+                      + u"' cannot be used: quotes, brackets, semicolons and control characters "
+                        "would change the meaning of the statement or connection string it "
+                        "goes into."_s);
+        EXPECT_EQ(grid().rowCount(), 0);
+    }
+    QString count;
+    ASSERT_TRUE(cluster->psql(u"Inventory"_s, u"SELECT count(*) FROM devices"_s, &count));
+    EXPECT_TRUE(count.contains(u'3'));
+
+    restart();
+    openDatabasePanel(u"PostgreSQL"_s, cluster->tcpServerName());
+    wizard->setDatabaseName(u"Inventory;Data Source=elsewhere"_s);
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::DatabasePanel);
+    EXPECT_TRUE(takeExclamation().startsWith(
+        u"The database name 'Inventory;Data Source=elsewhere' cannot be used"_s));
+}
+
+TEST_F(DatabasePath, reportsLoginAndServerFailuresWithoutThePassword)
+{
+    MGIMPORT8_REQUIRE_POSTGRES(cluster);
+    ASSERT_TRUE(prepare(cluster));
+    struct Case
+    {
+        QString server;
+        QString pass;
+        QString expectedStart;
+    };
+    const QString closedPort = u"127.0.0.1:1"_s;
+    const QList<Case> cases = {
+        {cluster->tcpServerName(), password + u"x"_s,
+         u"Cannot list databases on SQL Server on "_s + cluster->tcpServerName()
+             + u" using the supplied User Name and Password\r\n\r\n"_s},
+        {closedPort, password,
+         u"Cannot list databases on SQL Server on 127.0.0.1:1 using the supplied User Name and "
+         "Password\r\n\r\n"_s},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.server.toStdString());
+        restart();
+        openDatabasePanel(u"PostgreSQL"_s, c.server, c.pass);
+        wizard->openDatabaseList();
+        ASSERT_EQ(view.messages().size(), 1);
+        const QString text = view.messages().first().text;
+        EXPECT_TRUE(text.startsWith(c.expectedStart)) << text.toStdString();
+        EXPECT_GT(text.size(), c.expectedStart.size());
+        EXPECT_FALSE(text.contains(c.pass));
+        EXPECT_TRUE(wizard->state().databases.isEmpty());
+        EXPECT_TRUE(wizard->state().statusMessage.isEmpty());
+    }
+
+    // A database that is not there is found out when the panel is left.
+    restart();
+    openDatabasePanel(u"PostgreSQL"_s, cluster->tcpServerName());
+    wizard->setDatabaseName(u"Nowhere"_s);
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::DatabasePanel);
+    const QString text = takeExclamation();
+    EXPECT_TRUE(
+        text.startsWith(u"Cannot open 'Nowhere'' on '"_s + cluster->tcpServerName() + u"\r\n"_s))
+        << text.toStdString();
+    expectNoPasswordShown();
+}
+
+TEST_F(DatabasePath, discoversNetworkThenRegisteredServersOnceEach)
+{
+    TempFolder config;
+    config.write(u"MGImport8/RegisteredServers.xml"_s,
+                 R"(<RegisteredServers><ServerGroup Name="G">
+                      <Server Name="HOST\SALES"/><Server Name="backup"/>
+                    </ServerGroup></RegisteredServers>)");
+    ScopedEnv xdg("XDG_CONFIG_HOME", config.path().toLocal8Bit());
+    SsrpResponder responder({SsrpResponder::reply(
+        "ServerName;host;InstanceName;MSSQLSERVER;IsClustered;No;Version;15.0.2000.5;tcp;1433;;"
+        "ServerName;host;InstanceName;Sales;IsClustered;No;Version;15.0.2000.5;tcp;50000;;")});
+    ScopedEnv targets("MGIMPORT8_SSRP_TARGETS", responder.target());
+    ScopedEnv window("MGIMPORT8_SSRP_WINDOW_MS", "300");
+
+    chooseMethod(u"SQL"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::DatabasePanel);
+    QStringList statuses;
+    view.setStateObserver([&](const WizardState &state) {
+        if (statuses.value(statuses.size() - 1) != state.statusMessage)
+            statuses.append(state.statusMessage);
+    });
+
+    // SQL security without a login name: nothing is discovered.
+    wizard->setIntegratedSecurity(false);
+    wizard->setLoginName(u"   "_s);
+    wizard->openServerList();
+    ASSERT_EQ(view.messages().size(), 1);
+    EXPECT_EQ(view.messages().first().text,
+              u"Please enter a valid username for the SQL Server Login Name."_s);
+    EXPECT_EQ(view.messages().first().icon, MessageIcon::Critical);
+    EXPECT_EQ(view.messages().first().title, u"Login name needed"_s);
+    EXPECT_TRUE(responder.requests().isEmpty());
+    view.clearMessages();
+
+    wizard->setIntegratedSecurity(true);
+    wizard->openServerList();
+    EXPECT_TRUE(view.messages().isEmpty()) << messageTexts().join(u'\n').toStdString();
+    EXPECT_EQ(wizard->state().servers, (QStringList{u"host"_s, u"host\\Sales"_s, u"backup"_s}));
+    EXPECT_TRUE(statuses.contains(u"Discovering SQL Servers on network ..."_s));
+    EXPECT_TRUE(wizard->state().statusMessage.isEmpty());
+
+    // A target the discovery socket cannot send to: discovery cannot run at all.
+    ScopedEnv unusable("MGIMPORT8_SSRP_TARGETS", "::1:1434");
+    wizard->openServerList();
+    EXPECT_EQ(wizard->state().statusMessage,
+              u"Unable to load create SQL DMO Objects, please contact Marrowgate Support"_s);
+    EXPECT_TRUE(wizard->state().servers.isEmpty());
+}
+
+TEST_F(DatabasePath, buildsEachServersReadStatement)
+{
+    const ImportType &sqlServer = *wizard->catalogue().Item(u"SQL"_s);
+    const ImportType &postgres = *wizard->catalogue().Item(u"PostgreSQL"_s);
+    struct Case
+    {
+        const ImportType *method;
+        QString table;
+        std::optional<QString> statement;
+    };
+    const QList<Case> cases = {
+        {&sqlServer, u" My Nodes "_s, u"Select TOP 5000 * From [My Nodes]"_s},
+        {&postgres, u"Nodes"_s, u"Select * From \"Nodes\" LIMIT 5000"_s},
+        {&sqlServer, u"select ip from nodes"_s, u"select ip from nodes"_s},
+        {&postgres, u"SELECT\tip"_s, std::nullopt},
+        // Only "SELECT" and a blank make a query; anything else is a name.
+        {&sqlServer, u"SELECTED"_s, u"Select TOP 5000 * From [SELECTED]"_s},
+        {&sqlServer, u"Sel"_s, u"Select TOP 5000 * From [Sel]"_s},
+        {&sqlServer, u"a] ; DROP TABLE x; --"_s, std::nullopt},
+        {&postgres, u"a\" ; DROP TABLE x; --"_s, std::nullopt},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.table.toStdString());
+        EXPECT_EQ(ServerSourceReader::tableStatement(*c.method, c.table), c.statement);
+    }
+}
+
+// A cluster of its own, stopped between listing the tables and reading one.
+TEST_F(DatabasePath, reportsAServerThatWentAwayBeforeTheRead)
+{
+    QString why;
+    std::unique_ptr<PgCluster> cluster = PgCluster::create(&why);
+    if (!cluster)
+        GTEST_SKIP() << "PostgreSQL is not available: " << why.toStdString();
+    ASSERT_TRUE(cluster->psql(u"postgres"_s, u"CREATE TABLE t (ip text); INSERT INTO t VALUES "
+                                             "('10.0.0.1')"_s));
+    ServerSourceReader reader(view);
+    ImportType &method = *wizard->catalogue().Item(u"PostgreSQL"_s);
+    const ServerLogin login{cluster->socketServerName(), true, {}, {}};
+    const std::optional<QString> connection = reader.serverConnectionString(method, login,
+                                                                            u"postgres"_s);
+    ASSERT_TRUE(connection);
+    method.setConnectionString(*connection);
+    method.setFilename(u"postgres"_s);
+    QStringList tables;
+    ASSERT_TRUE(reader.listTables(method, tables));
+    EXPECT_EQ(tables, QStringList{u"t"_s});
+
+    ASSERT_TRUE(cluster->stop());
+    ImportGrid grid;
+    EXPECT_FALSE(reader.readTable(method, u"t"_s, grid));
+    ASSERT_EQ(view.messages().size(), 1);
+    EXPECT_TRUE(view.messages().first().text.startsWith(u"Cannot open 'postgres'\r\n"_s))
+        << view.messages().first().text.toStdString();
+    EXPECT_EQ(grid.rowCount(), 0);
+}
+
+} // namespace
+
+} // namespace MGImport8::Test
