@@ -85,8 +85,9 @@ void ImportTableView::showGridSelection()
     if (!shown.isEmpty())
         return;
     m_syncing = true;
-    const QItemSelection range(m_gridModel->index(int(first), 0),
-                               m_gridModel->index(int(last), m_gridModel->columnCount() - 1));
+    // The rows' first cells: enough for the rows to count as selected, and the mapping row's
+    // colours stay visible.
+    const QItemSelection range(m_gridModel->index(int(first), 0), m_gridModel->index(int(last), 0));
     selectionModel()->select(range, QItemSelectionModel::ClearAndSelect);
     selectionModel()->setCurrentIndex(m_gridModel->index(int(first), 0),
                                       QItemSelectionModel::NoUpdate);
