@@ -81,8 +81,8 @@ void ImportTableView::showGridSelection()
     const qsizetype last = grid.selectionLastRow();
     if (first < 0 || last >= m_gridModel->rowCount() || m_gridModel->columnCount() == 0)
         return;
-    const QModelIndexList shown = selectionModel()->selectedIndexes();
-    if (!shown.isEmpty())
+    // hasSelection(), not selectedIndexes(): a selection of every row would list millions.
+    if (selectionModel()->hasSelection())
         return;
     m_syncing = true;
     // The rows' first cells: enough for the rows to count as selected, and the mapping row's
