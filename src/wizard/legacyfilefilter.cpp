@@ -20,22 +20,48 @@ QString bareCaption(QString caption)
         if (open >= 0)
             caption = caption.left(open).trimmed();
     }
-    // Qt reads the patterns from the last parentheses of an entry; brackets left in the caption
-    // would be taken for them.
-    caption.replace(u'(', u'[').replace(u')', u']');
+    // Qt reads the patterns from the last parentheses of an entry, splits entries at ";;" and
+    // matches an entry as one line: none of these may stay in a caption.
+    for (QChar &character : caption) {
+        if (character == u'(')
+            character = u'[';
+        else if (character == u')')
+            character = u']';
+        else if (character == u';')
+            character = u',';
+        else if (character.unicode() < u' ')
+            character = u' ';
+    }
+    caption = caption.trimmed();
     return caption.isEmpty() ? u"Files"_s : caption;
 }
 
-/// ";"-separated legacy patterns as Qt's blank-separated list. Qt splits on blanks, so a pattern
-/// holding one cannot be kept and is dropped; parentheses would end the list early.
+/// Whether Qt's file dialog reads `pattern` as a pattern: it takes only these characters between
+/// an entry's parentheses (blanks separate patterns), and the whole entry as a pattern otherwise.
+bool isQtPattern(const QString &pattern)
+{
+    static const QString allowed = u"_.,*?+#-[]@{}/!<>$%&=^~:"_s;
+    if (pattern.isEmpty())
+        return false;
+    for (const QChar character : pattern) {
+        const char16_t code = character.unicode();
+        const bool alphanumeric = (code >= u'a' && code <= u'z') || (code >= u'A' && code <= u'Z')
+                                  || (code >= u'0' && code <= u'9');
+        if (!alphanumeric && !allowed.contains(character))
+            return false;
+    }
+    return true;
+}
+
+/// ";"-separated legacy patterns as Qt's blank-separated list; a pattern Qt cannot read (a blank,
+/// parentheses, letters beyond ASCII) is dropped.
 QString qtPatterns(const QString &legacy)
 {
     QStringList patterns;
     const QStringList parts = legacy.split(u';', Qt::SkipEmptyParts);
     for (const QString &part : parts) {
         const QString pattern = part.trimmed();
-        if (pattern.isEmpty() || pattern.contains(u' ') || pattern.contains(u'(')
-            || pattern.contains(u')'))
+        if (!isQtPattern(pattern))
             continue;
         patterns.append(pattern == u"*.*"_s ? everyFile : pattern);
     }

@@ -148,7 +148,10 @@ INSTANTIATE_TEST_SUITE_P(
         FilterCase{"blank_pattern_dropped", u"Odd|*.a b;*.c"_s, u"Odd (*.c)"_s},
         FilterCase{"brackets_in_caption", u"Logs (old) (*.log)|*.log"_s, u"Logs [old] (*.log)"_s},
         FilterCase{"empty_parts", u"||Text|*.txt||"_s, u"Text (*.txt)"_s},
-        FilterCase{"duplicate_patterns", u"T|*.txt;*.txt; ;"_s, u"T (*.txt)"_s}),
+        FilterCase{"duplicate_patterns", u"T|*.txt;*.txt; ;"_s, u"T (*.txt)"_s},
+        FilterCase{"entry_separator_in_caption", u"A;;B|*.a"_s, u"A,,B (*.a)"_s},
+        FilterCase{"line_break_in_caption", u"Two\nlines|*.a"_s, u"Two lines (*.a)"_s},
+        FilterCase{"pattern_beyond_ascii", u"Listen|*.lïst;*.lst"_s, u"Listen (*.lst)"_s}),
     [](const ::testing::TestParamInfo<FilterCase> &param) { return std::string(param.param.name); });
 
 TEST(MethodIconsTest, EveryKeyHasAPictureOfItsOwn)

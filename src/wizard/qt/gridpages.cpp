@@ -126,7 +126,7 @@ QWidget *GridPages::optionsPage()
 QWidget *GridPages::importPage()
 {
     QWidget *page = newPage(Panel::ImportPanel, u"Importing the selected rows."_s,
-                            u"ImportDescription2"_s);
+                            u"ImportRunDescription"_s);
     m_progress = new QProgressBar(page);
     m_progress->setObjectName(u"ImportProgress"_s);
     m_progress->setRange(0, ProgressMaximum);

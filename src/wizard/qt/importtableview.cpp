@@ -81,12 +81,13 @@ void ImportTableView::showGridSelection()
     const qsizetype last = grid.selectionLastRow();
     if (first < 0 || last >= m_gridModel->rowCount() || m_gridModel->columnCount() == 0)
         return;
-    const QModelIndexList shown = selectionModel()->selectedIndexes();
-    if (!shown.isEmpty())
+    // hasSelection(), not selectedIndexes(): a selection of every row would list millions.
+    if (selectionModel()->hasSelection())
         return;
     m_syncing = true;
-    const QItemSelection range(m_gridModel->index(int(first), 0),
-                               m_gridModel->index(int(last), m_gridModel->columnCount() - 1));
+    // The rows' first cells: enough for the rows to count as selected, and the mapping row's
+    // colours stay visible.
+    const QItemSelection range(m_gridModel->index(int(first), 0), m_gridModel->index(int(last), 0));
     selectionModel()->select(range, QItemSelectionModel::ClearAndSelect);
     selectionModel()->setCurrentIndex(m_gridModel->index(int(first), 0),
                                       QItemSelectionModel::NoUpdate);

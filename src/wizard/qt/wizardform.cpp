@@ -206,13 +206,16 @@ void WizardForm::stateChanged(const WizardState &state)
     m_sourcePages->show(state);
     m_gridPages->show(state);
 
-    if (m_table->isVisibleTo(this) != state.importTableVisible) {
+    if (m_table->isVisibleTo(this) != state.importTableVisible)
         m_table->setVisible(state.importTableVisible);
-        auto *layout = static_cast<QVBoxLayout *>(this->layout());
-        // The grid takes the room when it is shown; the page keeps what its controls need.
-        layout->setStretchFactor(m_pages, state.importTableVisible ? 0 : 1);
-        layout->setStretchFactor(m_table, state.importTableVisible ? 1 : 0);
-    }
+    // The grid takes the room when it is shown; the page keeps what its own controls need (the
+    // stack alone would ask for the room of its largest page).
+    auto *layout = static_cast<QVBoxLayout *>(this->layout());
+    layout->setStretchFactor(m_pages, state.importTableVisible ? 0 : 1);
+    layout->setStretchFactor(m_table, state.importTableVisible ? 1 : 0);
+    m_pages->setMaximumHeight(state.importTableVisible && m_pages->currentWidget()
+                                  ? m_pages->currentWidget()->sizeHint().height()
+                                  : QWIDGETSIZE_MAX);
     if (state.importTableVisible)
         m_table->showGridSelection();
     m_table->setEditTriggers(state.mappingMode ? QAbstractItemView::DoubleClicked

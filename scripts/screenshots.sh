@@ -1,0 +1,13 @@
+#!/bin/sh
+# Regenerates docs/screenshots/*.png: the wizard walked through a text import of
+# examples/nodes.csv on the offscreen platform, one picture per panel.
+# Usage: scripts/screenshots.sh [build-dir]   (default: build)
+set -eu
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=${1:-"$root/build"}
+[ -f "$build/build.ninja" ] || cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+ninja -C "$build" test_wizardqt
+mkdir -p "$root/docs/screenshots"
+QT_QPA_PLATFORM=offscreen MGIMPORT8_SCREENSHOT_DIR="$root/docs/screenshots" \
+    "$build/tests/test_wizardqt" --gtest_filter='Screenshots.*'
+ls "$root/docs/screenshots"
