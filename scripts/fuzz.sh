@@ -10,6 +10,7 @@ build="$root/build-fuzz"
 CC=clang CXX=clang++ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DMGIMPORT8_FUZZ=ON -DMGIMPORT8_BUILD_TESTS=OFF >/dev/null
 targets=(registry methods textsource)
+targets+=(workbook xls)
 cmake --build "$build" --parallel "$(nproc)" --target "${targets[@]/%/_fuzz}"
 
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"
