@@ -15,6 +15,7 @@ targets+=(access)
 declare -A extra=([access]="${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/access -max_len=4194304")
 targets+=(ssrp)
 targets+=(connectionstring)
+targets+=(workbook xls)
 cmake --build "$build" --parallel "$(nproc)" --target "${targets[@]/%/_fuzz}"
 
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"

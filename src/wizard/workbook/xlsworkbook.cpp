@@ -8,8 +8,28 @@
 
 #include <freexl.h>
 
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstring>
 #include <fstream>
 #include <string>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// Sanitizer builds (tests, fuzzing): a fault libfreexl makes in the child ends the child only.
+#if defined(__SANITIZE_ADDRESS__)
+#define MGIMPORT8_SANITIZED_CHILD 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define MGIMPORT8_SANITIZED_CHILD 1
+#endif
+#endif
+#ifdef MGIMPORT8_SANITIZED_CHILD
+#include <sanitizer/common_interface_defs.h>
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -19,12 +39,20 @@ namespace {
 
 /// How much of a file is searched for the stream name an encrypted package carries.
 constexpr std::size_t EncryptionScanBytes = 16 * 1024 * 1024;
+/// Bytes the child gathers before writing them to the pipe.
+constexpr std::size_t PipeBatchBytes = 256 * 1024;
+
+// What the child sends: records of a kind byte and a payload.
+enum Record : char {
+    CellRecord = 'c',   // u32 row, u32 column, u32 length, text
+    ResultRecord = 'r', // i32 freexl status (or one of the codes below), i32 sheet count
+};
+constexpr std::int32_t Encrypted = 1;
+constexpr std::int32_t NoSuchSheet = 2;
 
 QString freexlText(int code)
 {
     switch (code) {
-    case FREEXL_FILE_NOT_FOUND:
-        return u"The file cannot be opened"_s;
     case FREEXL_INSUFFICIENT_MEMORY:
         return u"Not enough memory to read the workbook"_s;
     case FREEXL_INVALID_CFBF_HEADER:
@@ -39,19 +67,12 @@ QString freexlText(int code)
         return u"The workbook's container is damaged (code %1)"_s.arg(code);
     case FREEXL_BIFF_WORKBOOK_NOT_FOUND:
         return u"The container holds no workbook"_s;
-    case FREEXL_BIFF_INVALID_BOF:
-    case FREEXL_BIFF_INVALID_SST:
-    case FREEXL_BIFF_ILLEGAL_SST_INDEX:
-    case FREEXL_ILLEGAL_CELL_ROW_COL:
-    case FREEXL_ILLEGAL_RK_VALUE:
-    case FREEXL_CRAFTED_FILE:
-        return u"The workbook's records are damaged (code %1)"_s.arg(code);
     case FREEXL_INVALID_CHARACTER:
     case FREEXL_UNSUPPORTED_CHARSET:
         return u"The workbook's text is in a character set that cannot be read (code %1)"_s.arg(
             code);
     default:
-        return u"The workbook cannot be read (code %1)"_s.arg(code);
+        return u"The workbook's records are damaged (code %1)"_s.arg(code);
     }
 }
 
@@ -68,62 +89,70 @@ bool looksEncrypted(const QString &path)
     return bytes.find(wanted) != std::string::npos;
 }
 
-} // namespace
-
-XlsWorkbook::XlsWorkbook(const QString &path)
-    : m_path(path)
+void append32(std::string &out, std::uint32_t value)
 {
-    const int opened = freexl_open(QFile::encodeName(path).constData(), &m_handle);
-    if (opened != FREEXL_OK) {
-        if (m_handle)
-            freexl_close(m_handle);
-        m_handle = nullptr;
-        if (opened == FREEXL_INSUFFICIENT_MEMORY)
-            failWorkbook(WorkbookErrorNumber::OutOfMemory, freexlText(opened));
-        if (looksEncrypted(path))
-            failWorkbook(WorkbookErrorNumber::ReaderMissing,
-                         u"The workbook is encrypted; it cannot be read without its password"_s);
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat, freexlText(opened));
+    out.append(reinterpret_cast<const char *>(&value), sizeof value);
+}
+
+bool writeAll(int fd, const std::string &bytes)
+{
+    size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return false;
+        done += size_t(n);
     }
+    return true;
+}
+
+// The child's work: open, check, and send every non-empty cell, then the result. Runs only
+// libfreexl and plain C++; ends with _exit.
+[[noreturn]] void childReads(const char *path, int position, int fd)
+{
+    std::string out;
+    auto finish = [&](std::int32_t status, std::int32_t sheets) {
+        out += ResultRecord;
+        append32(out, std::uint32_t(status));
+        append32(out, std::uint32_t(sheets));
+        _exit(writeAll(fd, out) ? 0 : 1);
+    };
+    const void *handle = nullptr;
+    int status = freexl_open(path, &handle);
+    if (status != FREEXL_OK)
+        finish(status, 0);
     unsigned info = 0;
-    if (freexl_get_info(m_handle, FREEXL_BIFF_PASSWORD, &info) == FREEXL_OK
+    if (freexl_get_info(handle, FREEXL_BIFF_PASSWORD, &info) == FREEXL_OK
         && info == FREEXL_BIFF_OBFUSCATED)
-        failWorkbook(WorkbookErrorNumber::ReaderMissing,
-                     u"The workbook is protected with a password; it cannot be read without it"_s);
-    if (freexl_get_info(m_handle, FREEXL_BIFF_SHEET_COUNT, &info) != FREEXL_OK)
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat, freexlText(FREEXL_BIFF_INVALID_BOF));
-    m_sheetCount = int(info);
-}
-
-XlsWorkbook::~XlsWorkbook()
-{
-    if (m_handle)
-        freexl_close(m_handle);
-}
-
-std::shared_ptr<const TextTable> XlsWorkbook::readSheet(int position)
-{
-    int status = freexl_select_active_worksheet(m_handle, unsigned(position));
+        finish(Encrypted, 0);
+    status = freexl_get_info(handle, FREEXL_BIFF_SHEET_COUNT, &info);
+    if (status != FREEXL_OK)
+        finish(status, 0);
+    const std::int32_t sheets = std::int32_t(info);
+    if (position >= sheets)
+        finish(NoSuchSheet, sheets);
+    status = freexl_select_active_worksheet(handle, unsigned(position));
     unsigned rows = 0;
     unsigned short columns = 0;
     if (status == FREEXL_OK)
-        status = freexl_worksheet_dimensions(m_handle, &rows, &columns);
+        status = freexl_worksheet_dimensions(handle, &rows, &columns);
     if (status != FREEXL_OK)
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat, freexlText(status));
-
-    SheetCells cells;
+        finish(status, sheets);
     for (unsigned row = 0; row < rows && row <= SheetLimits::MaxRow; ++row) {
         for (unsigned short column = 0; column < columns; ++column) {
             FreeXL_CellValue value;
-            status = freexl_get_cell_value(m_handle, row, column, &value);
+            status = freexl_get_cell_value(handle, row, column, &value);
             if (status != FREEXL_OK)
-                failWorkbook(WorkbookErrorNumber::InvalidFileFormat, freexlText(status));
+                finish(status, sheets);
+            std::string text;
             switch (value.type) {
             case FREEXL_CELL_INT:
-                cells.add(row, column, std::to_string(value.value.int_value));
+                text = std::to_string(value.value.int_value);
                 break;
             case FREEXL_CELL_DOUBLE:
-                cells.add(row, column, CellValues::generalNumber(value.value.double_value));
+                text = CellValues::generalNumber(value.value.double_value);
                 break;
             case FREEXL_CELL_TEXT:
             case FREEXL_CELL_SST_TEXT:
@@ -131,14 +160,156 @@ std::shared_ptr<const TextTable> XlsWorkbook::readSheet(int position)
             case FREEXL_CELL_DATETIME:
             case FREEXL_CELL_TIME:
                 if (value.value.text_value)
-                    cells.add(row, column, value.value.text_value);
+                    text = value.value.text_value;
                 break;
             default:
                 break;
             }
+            if (text.empty())
+                continue;
+            out += CellRecord;
+            append32(out, row);
+            append32(out, column);
+            append32(out, std::uint32_t(text.size()));
+            out += text;
+            if (out.size() >= PipeBatchBytes) {
+                if (!writeAll(fd, out))
+                    _exit(1);
+                out.clear();
+            }
         }
     }
-    return cells.finish();
+    finish(FREEXL_OK, sheets);
+    _exit(1); // not reached: finish ends the child
+}
+
+// Reads the child's records into the cells as they arrive; true once the result came.
+class RecordReader
+{
+public:
+    explicit RecordReader(SheetCells &cells)
+        : m_cells(cells)
+    {}
+
+    void feed(const char *data, size_t size)
+    {
+        m_buffer.append(data, size);
+        size_t at = 0;
+        while (at < m_buffer.size() && !m_done) {
+            const char kind = m_buffer[at];
+            if (kind == ResultRecord) {
+                if (m_buffer.size() - at < 9)
+                    break;
+                m_status = read32(at + 1);
+                m_sheets = read32(at + 5);
+                m_done = true;
+                at += 9;
+            } else {
+                if (m_buffer.size() - at < 13)
+                    break;
+                const std::uint32_t length = std::uint32_t(read32(at + 9));
+                if (m_buffer.size() - at - 13 < length)
+                    break;
+                m_cells.add(std::uint32_t(read32(at + 1)), std::uint32_t(read32(at + 5)),
+                            std::string_view(m_buffer).substr(at + 13, length));
+                at += 13 + length;
+            }
+        }
+        m_buffer.erase(0, at);
+    }
+    bool done() const { return m_done; }
+    std::int32_t status() const { return m_status; }
+    std::int32_t sheets() const { return m_sheets; }
+
+private:
+    std::int32_t read32(size_t at) const
+    {
+        std::int32_t value = 0;
+        std::memcpy(&value, m_buffer.data() + at, sizeof value);
+        return value;
+    }
+    SheetCells &m_cells;
+    std::string m_buffer;
+    bool m_done = false;
+    std::int32_t m_status = 0;
+    std::int32_t m_sheets = 0;
+};
+
+} // namespace
+
+std::shared_ptr<const TextTable> XlsWorkbook::readSheet(const QString &path, int position)
+{
+    const QByteArray name = QFile::encodeName(path);
+    int pipeEnds[2];
+    if (::pipe2(pipeEnds, O_CLOEXEC) != 0)
+        failWorkbook(WorkbookErrorNumber::OutOfMemory, QString::fromLocal8Bit(std::strerror(errno)));
+    const pid_t child = ::fork();
+    if (child < 0) {
+        const int error = errno;
+        ::close(pipeEnds[0]);
+        ::close(pipeEnds[1]);
+        failWorkbook(WorkbookErrorNumber::OutOfMemory, QString::fromLocal8Bit(std::strerror(error)));
+    }
+    if (child == 0) {
+        ::close(pipeEnds[0]);
+#ifdef MGIMPORT8_SANITIZED_CHILD
+        // Not the parent's report handlers (a fuzzer's would record the input as its own crash).
+        __sanitizer_set_death_callback([] { _exit(1); });
+#endif
+        ::alarm(XlsLimits::MaxSeconds);
+        childReads(name.constData(), position, pipeEnds[1]);
+    }
+    ::close(pipeEnds[1]);
+
+    SheetCells cells;
+    RecordReader records(cells);
+    try {
+        std::string chunk(PipeBatchBytes, '\0');
+        for (;;) {
+            const ssize_t n = ::read(pipeEnds[0], chunk.data(), chunk.size());
+            if (n < 0 && errno == EINTR)
+                continue;
+            if (n <= 0)
+                break;
+            records.feed(chunk.data(), size_t(n));
+        }
+    } catch (...) {
+        ::kill(child, SIGKILL);
+        ::close(pipeEnds[0]);
+        ::waitpid(child, nullptr, 0);
+        throw;
+    }
+    ::close(pipeEnds[0]);
+    int exit = 0;
+    while (::waitpid(child, &exit, 0) < 0 && errno == EINTR) {
+    }
+
+    if (!records.done()) {
+        if (WIFSIGNALED(exit) && WTERMSIG(exit) == SIGALRM)
+            failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
+                         u"Reading the workbook took longer than %1 seconds; it may be damaged"_s
+                             .arg(XlsLimits::MaxSeconds));
+        failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
+                     u"The workbook's records are damaged (the reader stopped on them)"_s);
+    }
+    switch (records.status()) {
+    case FREEXL_OK:
+        return cells.finish();
+    case Encrypted:
+        failWorkbook(WorkbookErrorNumber::ReaderMissing,
+                     u"The workbook is protected with a password; it cannot be read without it"_s);
+    case NoSuchSheet:
+        failWorkbook(WorkbookErrorNumber::SubscriptOutOfRange,
+                     u"The workbook has %1 sheet(s); there is no sheet %2"_s.arg(records.sheets())
+                         .arg(qint64(position) + 1));
+    case FREEXL_INSUFFICIENT_MEMORY:
+        failWorkbook(WorkbookErrorNumber::OutOfMemory, freexlText(records.status()));
+    default:
+        if (records.sheets() == 0 && looksEncrypted(path))
+            failWorkbook(WorkbookErrorNumber::ReaderMissing,
+                         u"The workbook is encrypted; it cannot be read without its password"_s);
+        failWorkbook(WorkbookErrorNumber::InvalidFileFormat, freexlText(records.status()));
+    }
 }
 
 } // namespace MGImport8

@@ -6,6 +6,7 @@
 
 #include <zip.h>
 
+#include <algorithm>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -13,6 +14,8 @@ using namespace Qt::StringLiterals;
 namespace MGImport8 {
 
 namespace {
+
+constexpr std::uint64_t MinChunkBytes = 4096;
 
 QString partName(std::string_view name)
 {
@@ -147,7 +150,10 @@ void ZipContainer::readPart(std::string_view name, std::uint64_t limit,
     if (!file)
         damaged(u"the part "_s % partName(name) % u" cannot be unpacked ("_s
                 % QString::fromUtf8(zip_strerror(m_archive)) % u")"_s);
-    std::string buffer(ZipLimits::ChunkBytes, '\0');
+    // Small parts get a buffer of their own size (plus one byte to see the end).
+    std::string buffer(size_t(std::clamp<std::uint64_t>(declared + 1, MinChunkBytes,
+                                                        ZipLimits::ChunkBytes)),
+                       '\0');
     std::uint64_t done = 0;
     for (;;) {
         const zip_int64_t n = zip_fread(file.get(), buffer.data(), buffer.size());
