@@ -119,19 +119,6 @@ TEST_F(AccessReader, emptyTableKeepsItsHeaderAndSaysSo)
     EXPECT_EQ(grid.rowTag(0), u"FieldHeader"_s);
 }
 
-TEST_F(AccessReader, savedQueriesAndLinksAreNotTables)
-{
-    MGIMPORT8_REQUIRE_CORPUS();
-    use(corpusDir() % u"/access/jackcess/V2003/queryTestV2003.mdb"_s);
-    EXPECT_FALSE(reader.readTable(method, u"SelectQuery"_s, grid));
-    EXPECT_TRUE(only().endsWith(u"'SelectQuery' is a saved query. Only tables can be read by "
-                                "name; give a SELECT statement instead."_s));
-    use(corpusDir() % u"/access/jackcess/V2007/linkerTestV2007.accdb"_s);
-    QStringList tables;
-    ASSERT_TRUE(reader.listTables(method, tables));
-    EXPECT_FALSE(tables.contains(u"Table2"_s));
-}
-
 // The wizard with real Access methods: the file panel lists the tables (or, without a table
 // panel, reads the method's table at once); the table panel's check wants a record.
 TEST(AccessWizard, filePanelListsOrReadsAndTablePanelWantsRecords)

@@ -240,7 +240,7 @@ TEST(DelimiterPreset, OnlyTheLastCharactersBoxStaysChecked)
     }
 }
 
-TEST_F(Navigation, AccessAndWorkbookSourcesSayTheyAreNotAvailableAndADatabaseIsNeeded)
+TEST_F(Navigation, SourcesThatCannotBeReadKeepTheWizardOnThePanel)
 {
     chooseMethod(u"Access"_s);
     view.setFileAnswer(u"/data/nodes.mdb"_s);
@@ -250,7 +250,9 @@ TEST_F(Navigation, AccessAndWorkbookSourcesSayTheyAreNotAvailableAndADatabaseIsN
     EXPECT_EQ(wizard->chosenMethod()->ConnectionString(),
               u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=/data/nodes.mdb"_s);
     ASSERT_EQ(view.messages().size(), 1);
-    EXPECT_EQ(view.messages().first().icon, MessageIcon::Critical);
+    EXPECT_EQ(view.messages().first().icon, MessageIcon::Exclamation);
+    EXPECT_TRUE(
+        view.messages().first().text.startsWith(u"Cannot open 'nodes.mdb'' on '/data\r\n"_s));
     view.clearMessages();
 
     wizard->back();

@@ -237,7 +237,7 @@ Result<qsizetype> AccessDatabase::readTable(const QString &table, qsizetype limi
         auto *column = static_cast<MdbColumn *>(g_ptr_array_index(tableDef->columns, i));
         sink.addCell(QByteArrayView(column->name));
         if (Private::bindable(column)) {
-            buffers[i] = std::make_unique<char[]>(BindSize);
+            buffers[i].reset(new char[BindSize]); // filled by the library, not cleared
             buffers[i][0] = '\0';
             mdb_bind_column(tableDef, int(i) + 1, buffers[i].get(), nullptr);
         }
