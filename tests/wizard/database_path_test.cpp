@@ -10,6 +10,8 @@
 //   for a login name first under SQL security, and leaves its status showing when it cannot run.
 #include "wizardfixture.h"
 
+#include "common/connectionstring.h"
+
 #include "wizard/serversourcereader.h"
 
 #include "../discovery/ssrpresponder.h"
@@ -358,6 +360,37 @@ TEST_F(DatabasePath, reportsAServerThatWentAwayBeforeTheRead)
     EXPECT_TRUE(view.messages().first().text.startsWith(u"Cannot open 'postgres'\r\n"_s))
         << view.messages().first().text.toStdString();
     EXPECT_EQ(grid.rowCount(), 0);
+}
+
+// The same path on a real SQL Server through FreeTDS, when MGIMPORT8_TEST_MSSQL holds a FreeTDS
+// connection string ("SERVER=host;PORT=1433;UID=sa;PWD=...").
+TEST_F(DatabasePath, walksARealSqlServer)
+{
+    const QString target = qEnvironmentVariable("MGIMPORT8_TEST_MSSQL");
+    if (target.isEmpty())
+        GTEST_SKIP() << "MGIMPORT8_TEST_MSSQL names no SQL Server (a FreeTDS connection string)";
+    const ConnectionString entries = ConnectionString::parse(target);
+    QString server = entries.text(u"SERVER"_s);
+    if (!entries.text(u"PORT"_s).isEmpty())
+        server += u',' + entries.text(u"PORT"_s);
+    chooseMethod(u"SQL"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::DatabasePanel);
+    wizard->setServerName(server);
+    wizard->setIntegratedSecurity(entries.text(u"UID"_s).isEmpty());
+    wizard->setLoginName(entries.text(u"UID"_s));
+    wizard->setLoginPassword(entries.text(u"PWD"_s));
+    wizard->openDatabaseList();
+    ASSERT_TRUE(view.messages().isEmpty()) << messageTexts().join(u'\n').toStdString();
+    EXPECT_EQ(wizard->state().databases.value(0), u"master"_s);
+    wizard->setDatabaseName(u"master"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::TablePanel) << messageTexts().join(u'\n').toStdString();
+    wizard->selectTable(u"SELECT name FROM sys.databases ORDER BY database_id"_s);
+    ASSERT_GE(grid().rowCount(), 2) << messageTexts().join(u'\n').toStdString();
+    EXPECT_EQ(grid().text(1, 0), u"master"_s);
+    wizard->selectTable(u"spt]values"_s);
+    EXPECT_TRUE(takeExclamation().startsWith(u"The table name 'spt]values' cannot be used"_s));
 }
 
 } // namespace
