@@ -11,6 +11,7 @@ CC=clang CXX=clang++ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Re
     -DMGIMPORT8_FUZZ=ON -DMGIMPORT8_BUILD_TESTS=OFF >/dev/null
 targets=(registry methods textsource)
 targets+=(ssrp)
+targets+=(connectionstring)
 cmake --build "$build" --parallel "$(nproc)" --target "${targets[@]/%/_fuzz}"
 
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"

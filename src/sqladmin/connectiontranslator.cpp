@@ -7,6 +7,8 @@ namespace MGImport8::SqlAdmin {
 namespace {
 
 constexpr int maxPort = 65535;
+// The protocol version of SQL Server 2012 and later, which older servers negotiate down from.
+const QString tdsVersion = u"7.4"_s;
 
 // A port written after the last `separator`, or 0 when there is none or it is not a number.
 int splitPort(QString &text, QChar separator)
@@ -101,7 +103,8 @@ QString freeTdsConnectionString(const LoginSettings &login)
         text += u";Trusted_Connection=Yes"_s;
     else
         text += u";UID="_s + braced(login.login) + u";PWD="_s + braced(login.password);
-    text += u";ClientCharset=UTF-8"_s;
+    // A fixed protocol version: left to negotiate, the driver does not keep to the login timeout.
+    text += u";TDS_Version="_s + tdsVersion + u";ClientCharset=UTF-8"_s;
     return text;
 }
 

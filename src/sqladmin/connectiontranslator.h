@@ -29,7 +29,8 @@ ServerAddress parseServerName(ServerKind kind, const QString &name);
 LoginSettings loginFromConnectionString(const ConnectionString &connectionString);
 
 /// The FreeTDS ODBC connection string for a login: DRIVER, SERVER (`host\instance` kept whole),
-/// PORT, DATABASE, and UID/PWD or Trusted_Connection. Values stand in braces, with closing braces
+/// PORT, DATABASE, UID/PWD or Trusted_Connection, and
+/// TDS_Version 7.4. Values stand in braces, with closing braces
 /// doubled, so that no value can add an entry of its own.
 QString freeTdsConnectionString(const LoginSettings &login);
 

@@ -3,6 +3,7 @@
 #include "common/connectionstring.h"
 #include "sqladmin/connectiontranslator.h"
 #include "sqladmin/manageddatabase.h"
+#include "sqladmin/nameguard.h"
 #include "sqladmin/qtsession.h"
 
 #include <QSqlDatabase>
@@ -277,8 +278,24 @@ QString SQLAdmin::BuildConnectionString(const QString &Server, const QString &Da
 
 DatabaseHandle SQLAdmin::DatabaseConnection(const QString &Server, const QString &Database)
 {
+    for (const QString &name : {Server, Database}) {
+        if (Result<bool> safe = checkNameAsItStands(name, NamePlace::ConnectionValue); !safe) {
+            d->lastError = safe.error();
+            return {};
+        }
+    }
     LoginSettings login = loginFromConnectionString(
         ConnectionString::parse(BuildConnectionString(Server, Database)));
+    // The string carries the credentials as they stand; one that reads back otherwise would log
+    // in as somebody else, or somewhere else.
+    const bool databaseUser = !d->databaseUserId.isEmpty() && !d->databaseUserPassword.isEmpty();
+    const QString user = databaseUser ? d->databaseUserId : d->loginName;
+    const QString password = databaseUser ? d->databaseUserPassword : d->loginPassword;
+    if (!login.integrated && (login.login != user || login.password != password)) {
+        d->lastError = u"The login name or password holds a quote followed by a semicolon, which "
+                       u"a connection string cannot carry."_s;
+        return {};
+    }
     login.loginTimeout = ManagementServer::loginTimeoutSeconds;
     login.commandTimeout = commandTimeoutSeconds;
     Result<QString> name = openQtConnection(d->kind(), login);

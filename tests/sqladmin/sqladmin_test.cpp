@@ -1,0 +1,242 @@
+// SQLAdmin without a server:
+// - a fresh object's state, and the properties in the member order hosts see;
+// - BuildConnectionString to the character, for integrated, SQL and remembered database logins;
+// - the settings element: attribute names exact on saving, any case on reading, last one wins;
+// - TestDMO's decisions and command texts, FindDMODirectory's three places;
+// - the translator to FreeTDS and PostgreSQL settings, server names of both kinds;
+// - passwords scrubbed from driver texts; names refused where they would change a statement.
+#include <MGImport8/sqladmin.h>
+
+#include "common/commonfunctions.h"
+#include "common/connectionstring.h"
+#include "sqladmin/connectiontranslator.h"
+#include "sqladmin/nameguard.h"
+#include "sqladmin/secrets.h"
+#include "sqladmin/sqladmin_p.h"
+#include "testsupport.h"
+
+#include <QDir>
+#include <QMetaProperty>
+
+#include <sstream>
+
+#include <gtest/gtest.h>
+#include <pugixml.hpp>
+
+using namespace Qt::StringLiterals;
+using namespace MGImport8::SqlAdmin;
+using MGImport8::ConnectionString;
+using MGImport8::SQLAdmin;
+using MGImport8::Test::ScopedEnv;
+using MGImport8::Test::TempFolder;
+
+namespace {
+
+const QString tail
+    = u";Use Procedure for Prepare=1;Auto Translate=True;Packet Size=4096;Workstation "
+      u"ID=Marrowgate;Use Encryption for Data=FALSE;Tag with column collation when "
+      u"possible=False"_s;
+
+} // namespace
+
+TEST(SQLAdmin, FreshStateAndMemberOrder)
+{
+    SQLAdmin admin;
+    EXPECT_TRUE(admin.UseIntegratedNTSecurity());
+    EXPECT_EQ(admin.ServerName(), QString());
+    EXPECT_EQ(admin.LoginName(), QString());
+    EXPECT_EQ(admin.LoginPassword(), QString());
+    EXPECT_FALSE(admin.Connected());
+    EXPECT_EQ(admin.LastError(), QString());
+    EXPECT_EQ(admin.ServerType(), u"SQLServer"_s);
+    EXPECT_EQ(admin.SQlServerVersion(), QString());
+    EXPECT_EQ(admin.DefaultDataPath(), QString());
+    EXPECT_EQ(admin.GetDatabase(u"master"_s), nullptr);
+    admin.setServerType(u"postgresql"_s);
+    EXPECT_EQ(admin.ServerType(), u"PostgreSQL"_s);
+    admin.setServerType(u"Oracle"_s);
+    EXPECT_EQ(admin.ServerType(), u"SQLServer"_s);
+
+    const QMetaObject &meta = SQLAdmin::staticMetaObject;
+    QStringList names;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
+        names.append(QString::fromLatin1(meta.property(i).name()));
+    EXPECT_EQ(names,
+              (QStringList{u"Key"_s, u"DatabaseSecurityMode"_s, u"LastError"_s, u"LoginName"_s,
+                           u"LoginPassword"_s, u"UseIntegratedNTSecurity"_s, u"ServerNetName"_s,
+                           u"SQlServerVersion"_s, u"Databases"_s, u"Connected"_s, u"ServerName"_s,
+                           u"DefaultDataPath"_s, u"UpdateTrace"_s, u"ServerType"_s}));
+}
+
+TEST(SQLAdmin, BuildConnectionStringToTheCharacter)
+{
+    SQLAdmin admin;
+    EXPECT_EQ(admin.BuildConnectionString(u"SRV"_s, u"DB"_s),
+              u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;Initial "
+              u"Catalog=DB;Data Source=SRV"_s
+                  + tail);
+    admin.setUseIntegratedNTSecurity(false);
+    admin.setLoginName(u"sa"_s);
+    admin.setLoginPassword(u"p'w;d"_s);
+    EXPECT_EQ(admin.BuildConnectionString(u"HOST\\INST"_s, u"Nodes DB"_s),
+              u"Provider=SQLOLEDB.1;User ID='sa';Password='p'w;d';Persist Security Info=False;"
+              u"Initial Catalog=Nodes DB;Data Source=HOST\\INST"_s
+                  + tail);
+    // Both remembered values win over the login, whatever the security setting.
+    admin.setUseIntegratedNTSecurity(true);
+    admin.setDatabaseUser(u"u"_s, u"p"_s);
+    EXPECT_EQ(admin.BuildConnectionString(u"S"_s, u"D"_s),
+              u"Provider=SQLOLEDB.1;User ID='u';Password='p';Persist Security Info=False;Initial "
+              u"Catalog=D;Data Source=S"_s
+                  + tail);
+    admin.setDatabaseUser(u"u"_s, QString());
+    EXPECT_TRUE(admin.BuildConnectionString(u"S"_s, u"D"_s)
+                    .startsWith(u"Provider=SQLOLEDB.1;Integrated Security=SSPI;"_s));
+}
+
+TEST(SQLAdmin, DatabaseConnectionRefusesWhatWouldChangeTheString)
+{
+    SQLAdmin admin;
+    admin.setServerType(u"PostgreSQL"_s);
+    EXPECT_FALSE(admin.DatabaseConnection(u"host"_s, u"db;Data Source=elsewhere"_s));
+    EXPECT_EQ(admin.LastError(),
+              u"The name \"db;Data Source=elsewhere\" cannot be used: it holds a semicolon, which "
+              u"would change the meaning of the statement it goes into."_s);
+    admin.setUseIntegratedNTSecurity(false);
+    admin.setLoginName(u"me"_s);
+    admin.setLoginPassword(u"x';Data Source=elsewhere;y='"_s);
+    EXPECT_FALSE(admin.DatabaseConnection(u"host"_s, u"db"_s));
+    EXPECT_EQ(admin.LastError(), u"The login name or password holds a quote followed by a "
+                                 u"semicolon, which a connection string cannot carry."_s);
+    EXPECT_FALSE(admin.VerifyDatabase(u"host"_s, u"db"_s));
+}
+
+TEST(SQLAdmin, SettingsElement)
+{
+    SQLAdmin admin;
+    admin.setServerName(u"SRV\\A"_s);
+    admin.setUseIntegratedNTSecurity(false);
+    admin.setLoginName(u"sa"_s);
+    admin.setLoginPassword(u"p\"<&>"_s);
+    pugi::xml_document document;
+    pugi::xml_node parent = document.append_child("Settings");
+    admin.SaveSettings(document, parent);
+    std::ostringstream out;
+    document.save(out, "", pugi::format_raw);
+    EXPECT_EQ(out.str(), "<?xml version=\"1.0\"?><Settings><SQLServer Server=\"SRV\\A\" "
+                         "Security=\"SQL\" Login=\"sa\" Password=\"p&quot;&lt;&amp;>\"/>"
+                         "</Settings>");
+    SQLAdmin back;
+    back.LoadSettings(parent.child("SQLServer"));
+    EXPECT_EQ(back.ServerName(), u"SRV\\A"_s);
+    EXPECT_FALSE(back.UseIntegratedNTSecurity());
+    EXPECT_EQ(back.LoginName(), u"sa"_s);
+    EXPECT_EQ(back.LoginPassword(), u"p\"<&>"_s);
+
+    // Unknown and missing attributes keep what was there; a later name in any case wins.
+    struct Case
+    {
+        const char *xml;
+        bool startIntegrated;
+        bool integrated;
+        QString server;
+        QString login;
+    };
+    const Case cases[] = {
+        {"<SQLServer security='integrated'/>", false, true, u"keep"_s, u"keep"_s},
+        {"<SQLServer SECURITY='Integrated ' sErVeR='b'/>", true, false, u"b"_s, u"keep"_s},
+        {"<SQLServer Security='SQL' Login='x' LOGIN='y'/>", true, false, u"keep"_s, u"y"_s},
+        {"<SQLServer Security='nonsense' Servers='z' Log='q'/>", true, false, u"keep"_s, u"keep"_s},
+        {"<SQLServer Server=''/>", true, true, QString(), u"keep"_s},
+        {"<SQLServer/>", false, false, u"keep"_s, u"keep"_s},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.xml);
+        SQLAdmin loaded;
+        loaded.setServerName(u"keep"_s);
+        loaded.setLoginName(u"keep"_s);
+        loaded.setUseIntegratedNTSecurity(c.startIntegrated);
+        pugi::xml_document element;
+        ASSERT_TRUE(element.load_string(c.xml));
+        loaded.LoadSettings(element.first_child());
+        EXPECT_EQ(loaded.UseIntegratedNTSecurity(), c.integrated);
+        EXPECT_EQ(loaded.ServerName(), c.server);
+        EXPECT_EQ(loaded.LoginName(), c.login);
+    }
+}
+
+TEST(SQLAdmin, TestDMODecisionsAndCommands)
+{
+    TempFolder folder;
+    ScopedEnv machine("MGIMPORT8_MACHINE_REGISTRY", (folder.path() + u"/none.reg"_s).toUtf8());
+    ScopedEnv user("XDG_CONFIG_HOME", folder.path().toUtf8());
+    struct Case
+    {
+        const char *name;
+        MGImport8::ManagementLibraryProbe first;
+        bool presentAfter;
+        bool result;
+        bool launched;
+        bool reRegistered;
+    };
+    const Case cases[] = {
+        {"current", {true, 8, 5}, true, true, false, false},
+        {"newer_major_older_minor", {true, 9, 0}, true, false, true, true},
+        {"older", {true, 8, 0}, true, false, true, true},
+        {"missing_then_registered", {}, true, true, true, false},
+        {"missing_for_good", {}, false, false, true, false},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        SQLAdmin admin;
+        auto &d = SQLAdminAccess::of(admin);
+        int probes = 0;
+        d.probeLibrary = [&](ServerKind) {
+            return probes++ == 0 ? c.first
+                                 : MGImport8::ManagementLibraryProbe{c.presentAfter, 8, 5};
+        };
+        QStringList launched;
+        d.launch = [&](const QString &command) { launched.append(command); };
+        EXPECT_EQ(admin.TestDMO(), c.result);
+        EXPECT_EQ(admin.reRegistered(), c.reRegistered);
+        const QString dir = admin.FindDMODirectory();
+        EXPECT_EQ(launched, c.launched
+                                ? (QStringList{u"RegSvr32  /S \""_s + dir + u"sqldmo.dll\""_s,
+                                               u"RegSvr32  /S \""_s + dir + u"sqlvdi.dll\""_s})
+                                : QStringList());
+    }
+}
+
+TEST(SQLAdmin, FindDMODirectoryLooksInThreePlaces)
+{
+    TempFolder folder;
+    const QString machineFile = folder.path() + u"/machine.reg"_s;
+    ScopedEnv machine("MGIMPORT8_MACHINE_REGISTRY", machineFile.toUtf8());
+    ScopedEnv user("XDG_CONFIG_HOME", folder.path().toUtf8());
+    const QString root = folder.path();
+    auto regPath = [](QString path) { return path.replace(u"\\"_s, u"\\\\"_s); };
+    auto writeRegistry = [&](const QString &uninstall, const QString &server) {
+        folder.write(
+            u"machine.reg"_s,
+            (u"Windows Registry Editor Version 5.00\r\n\r\n"
+             u"[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\"
+             u"Uninstall\\Marrowgate Velum Version 8]\r\n\"UninstallString\"=\""_s
+             + regPath(uninstall)
+             + u"\"\r\n\r\n[HKEY_CLASSES_ROOT\\MGNetIO.Interface\\Clsid]\r\n@=\"{AB-CD}\"\r\n\r\n"
+               u"[HKEY_CLASSES_ROOT\\CLSID\\{AB-CD}\\InprocServer32]\r\n@=\""_s
+             + regPath(server) + u"\"\r\n"_s)
+                .toUtf8());
+    };
+    const QString fallback = MGImport8::GetSpecialFolder(int(MGImport8::SpecialFolder::ProgramFiles))
+                             + u"\\Marrowgate\\Common\\SQLDMO9\\"_s;
+    SQLAdmin admin;
+    writeRegistry(root + u"/talon\\uninst.exe"_s, root + u"/Net\\common\\MGNetIO.so"_s);
+    EXPECT_EQ(admin.FindDMODirectory(), fallback); // neither folder holds a file yet
+    folder.write(u"Net/Common/SQLDMO9/sqldmo.dll"_s, "x");
+    EXPECT_EQ(admin.FindDMODirectory(), root + u"/Net\\Common\\SQLDMO9\\"_s);
+    folder.write(u"talon/Common/SQLDMO9/sqldmo.dll"_s, "x");
+    EXPECT_EQ(admin.FindDMODirectory(), root + u"/talon\\Common\\SQLDMO9\\"_s);
+    // Without the product word the uninstall string is passed over.
+    writeRegistry(root + u"/other\\uninst.exe"_s, root + u"/Net\\common\\MGNetIO.so"_s);
+    EXPECT_EQ(admin.FindDMODirectory(), root + u"/Net\\Common\\SQLDMO9\\"_s);
+}
