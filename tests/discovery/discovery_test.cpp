@@ -1,12 +1,8 @@
 // Discovery over a real socket: the request sent is the broadcast request (0x02); replies from
-// several responders are merged once each, case-insensitively, in arrival order; a malformed reply
-// is passed over without losing the good ones; silence ends with the window, with the caller's
-// yield called meanwhile. Registered servers: groups and servers in file order, names matched
-// without regard to case, a malformed file reported with its path, a missing one empty; the
-// choice lists network servers first, then the registered ones, each once.
+// several responders are merged once each, case-insensitively; a malformed reply is passed over
+// without losing the good ones; silence ends with the window, with the caller's yield called
+// meanwhile; the environment can aim it at given targets.
 
-#include "sqladmin/discovery/registeredservers.h"
-#include "sqladmin/discovery/serverchoice.h"
 #include "sqladmin/discovery/serverdiscovery.h"
 
 #include "ssrpresponder.h"
@@ -14,12 +10,9 @@
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
-using MGImport8::RegisteredServers;
-using MGImport8::ServerChoice;
 using MGImport8::ServerDiscovery;
 using MGImport8::Test::ScopedEnv;
 using MGImport8::Test::SsrpResponder;
-using MGImport8::Test::TempFolder;
 
 namespace {
 
@@ -81,59 +74,6 @@ TEST(ServerDiscovery, takesItsTargetsFromTheEnvironment)
     const auto names = discovery.discover({});
     ASSERT_TRUE(names);
     EXPECT_EQ(names.value(), QStringList{u"gamma"_s});
-}
-
-TEST(RegisteredServers, readsGroupsInOrderWithoutRegardToCase)
-{
-    TempFolder folder;
-    const QString path = folder.write(u"servers.xml"_s, R"(<?xml version="1.0"?>
-<registeredservers>
-  <ServerGroup Name="Production">
-    <Server Name=" DB01 "/>
-    <SERVER name="DB02\SALES"/>
-    <Server Name="   "/>
-    <Note>not a server</Note>
-  </ServerGroup>
-  <servergroup NAME="Lab"><server Name="lab1"/></servergroup>
-</registeredservers>)");
-    const auto groups = RegisteredServers::load(path);
-    ASSERT_TRUE(groups) << groups.error().toStdString();
-    ASSERT_EQ(groups.value().size(), 2);
-    EXPECT_EQ(groups.value().at(0).name, u"Production"_s);
-    EXPECT_EQ(groups.value().at(0).servers, (QStringList{u"DB01"_s, u"DB02\\SALES"_s}));
-    EXPECT_EQ(groups.value().at(1).servers, QStringList{u"lab1"_s});
-}
-
-TEST(RegisteredServers, reportsAMalformedFileWithItsPathAndAMissingOneAsEmpty)
-{
-    TempFolder folder;
-    const QString broken = folder.write(u"broken.xml"_s, "<RegisteredServers><ServerGroup>");
-    const auto groups = RegisteredServers::load(broken);
-    ASSERT_FALSE(groups);
-    EXPECT_TRUE(groups.error().startsWith(u"Cannot read the registered servers from ("_s + broken
-                                          + u"): "_s))
-        << groups.error().toStdString();
-    const QString wrongRoot = folder.write(u"other.xml"_s, "<Servers/>");
-    EXPECT_FALSE(RegisteredServers::load(wrongRoot));
-    const auto none = RegisteredServers::load(folder.path() + u"/missing.xml"_s);
-    ASSERT_TRUE(none);
-    EXPECT_TRUE(none.value().isEmpty());
-}
-
-TEST(ServerChoice, listsNetworkServersFirstThenRegisteredOnesOnceEach)
-{
-    TempFolder config;
-    config.write(u"MGImport8/RegisteredServers.xml"_s, R"(<RegisteredServers>
-  <ServerGroup Name="A"><Server Name="ALPHA"/><Server Name="delta"/></ServerGroup>
-  <ServerGroup Name="B"><Server Name="Delta"/><Server Name="epsilon"/></ServerGroup>
-</RegisteredServers>)");
-    ScopedEnv xdg("XDG_CONFIG_HOME", config.path().toLocal8Bit());
-    SsrpResponder responder({SsrpResponder::reply(instance("alpha", "MSSQLSERVER"))});
-    ServerDiscovery discovery({at(responder)}, Window);
-    const ServerChoice choice = ServerChoice::collect(discovery, {});
-    EXPECT_EQ(choice.servers, (QStringList{u"alpha"_s, u"delta"_s, u"epsilon"_s}));
-    EXPECT_TRUE(choice.discoveryError.isEmpty());
-    EXPECT_TRUE(choice.registeredError.isEmpty());
 }
 
 } // namespace

@@ -85,17 +85,6 @@ INSTANTIATE_TEST_SUITE_P(
                     CorpusCase{"mcsqlr_4.3_SVR_RESP_DAC.bin", nullptr},
                     CorpusCase{"CLNT_BCAST_EX_request.bin", nullptr}));
 
-TEST(SsrpReply, keepsTheDetailsOfEachInstance)
-{
-    MGIMPORT8_REQUIRE_CORPUS();
-    const auto parsed = SsrpReply::parse(corpusFile(u"mcsqlr_4.1_SVR_RESP.bin"_s));
-    ASSERT_TRUE(parsed);
-    const auto &yukonDev = parsed.value().at(1);
-    EXPECT_EQ(yukonDev.version, u"9.00.1399.06"_s);
-    EXPECT_FALSE(yukonDev.clustered);
-    EXPECT_EQ(yukonDev.pipe, u"\\\\ILSUNG1\\pipe\\MSSQL$YUKONDEV\\sql\\query"_s);
-}
-
 struct SyntheticCase
 {
     const char *name;
