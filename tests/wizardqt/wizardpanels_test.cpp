@@ -107,10 +107,13 @@ TEST_F(WizardPanelsTest, DatabasePanelOffersItsControlsAndChecksTheLoginFirst)
         QTest::keyClicks(server, u"inventory-db"_s);
         QTest::keyClicks(database, u"Nodes"_s);
         click(form, u"cmdNext"_s);
-        // The server's tables cannot be read here yet: the user hears so and stays.
+        // No such server answers here: the user hears that its tables cannot be listed and stays.
         EXPECT_EQ(currentPanel(form), u"DatabasePanel"_s);
         ASSERT_FALSE(user.messages().isEmpty());
-        EXPECT_EQ(user.messages().constLast().icon, QMessageBox::Critical);
+        EXPECT_EQ(user.messages().constLast().icon, QMessageBox::Warning);
+        EXPECT_TRUE(user.messages().constLast().text.startsWith(
+            u"Cannot open 'Nodes'' on 'inventory-db\r\n"_s))
+            << user.messages().constLast().text.toStdString();
         EXPECT_EQ(server->currentText(), u"inventory-db"_s);
         click(form, u"cmdBack"_s);
         ASSERT_EQ(currentPanel(form), u"MethodPanel"_s);
