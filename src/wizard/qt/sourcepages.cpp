@@ -321,6 +321,9 @@ void SourcePages::showMethods(const WizardState &state)
             }
             m_methodList->addItem(item);
         }
+        // Said once so that the view knows its current row was chosen: otherwise the first
+        // focus-in (the window opening) would make the first method current on its own.
+        m_methodList->setCurrentIndex(QModelIndex());
     }
     if (m_methodList->currentRow() != state.currentMethodRow)
         m_methodList->setCurrentRow(state.currentMethodRow);
