@@ -28,7 +28,7 @@ struct ToolRun
 bool prepare(PgCluster *cluster)
 {
     static const bool done = [cluster] {
-        const std::pair<QString, QString> steps[] = {
+        return cluster->psqlSteps({
             {u"postgres"_s, u"CREATE ROLE clireader LOGIN PASSWORD 'Cli ''secret''; [x]'"_s},
             {u"postgres"_s, u"CREATE DATABASE cli_inventory"_s},
             {u"cli_inventory"_s,
@@ -36,15 +36,7 @@ bool prepare(PgCluster *cluster)
              "INSERT INTO devices VALUES ('sw-1', '192.0.2.1', 'north'), "
              "('sw-2', '192.0.2.2', NULL), ('fw \"main\"', '198.51.100.7', 'south');"
              "GRANT SELECT ON devices TO clireader"_s},
-        };
-        for (const auto &[database, sql] : steps) {
-            QString output;
-            if (!cluster->psql(database, sql, &output)) {
-                ADD_FAILURE() << output.toStdString();
-                return false;
-            }
-        }
-        return true;
+        });
     }();
     return done;
 }

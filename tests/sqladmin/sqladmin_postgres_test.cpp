@@ -27,21 +27,13 @@ const QString plainPassword = u"It's [a] pass;word"_s;
 bool prepare(PgCluster *cluster)
 {
     static const bool done = [cluster] {
-        const std::pair<QString, QString> steps[] = {
+        return cluster->psqlSteps({
             {u"postgres"_s, u"CREATE ROLE monitor LOGIN PASSWORD 'It''s [a] pass;word'"_s},
             {u"postgres"_s, u"CREATE DATABASE \"Monitoring\""_s},
             {u"postgres"_s, u"CREATE DATABASE \"Empty\""_s},
             {u"Monitoring"_s, u"CREATE TABLE \"Nodes\" (id int); CREATE TABLE interfaces (id int); "
                               u"GRANT SELECT ON ALL TABLES IN SCHEMA public TO monitor"_s},
-        };
-        for (const auto &[database, sql] : steps) {
-            QString output;
-            if (!cluster->psql(database, sql, &output)) {
-                ADD_FAILURE() << output.toStdString();
-                return false;
-            }
-        }
-        return true;
+        });
     }();
     return done;
 }

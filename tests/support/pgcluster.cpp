@@ -234,6 +234,18 @@ QString PgCluster::tcpServerName() const
     return u"127.0.0.1:"_s + QString::number(m_port);
 }
 
+bool PgCluster::psqlSteps(std::initializer_list<std::pair<QString, QString>> steps) const
+{
+    for (const auto &[database, sql] : steps) {
+        QString output;
+        if (!psql(database, sql, &output)) {
+            ADD_FAILURE() << output.toStdString();
+            return false;
+        }
+    }
+    return true;
+}
+
 bool PgCluster::psql(const QString &database, const QString &sql, QString *output) const
 {
     QProcess process;

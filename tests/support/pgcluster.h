@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <memory>
+#include <utility>
 
 namespace MGImport8::Test {
 
@@ -48,6 +50,9 @@ public:
     /// Runs `sql` with psql as the superuser in `database`, stopping at the first error. True on
     /// success; psql's output (or its errors) in `output`.
     bool psql(const QString &database, const QString &sql, QString *output = nullptr) const;
+    /// Runs each (database, sql) step in order with `psql`; at the first failure the test fails
+    /// with psql's output and the rest is not run.
+    bool psqlSteps(std::initializer_list<std::pair<QString, QString>> steps) const;
     /// Stops the server at once (connections are cut), or starts it again.
     bool stop();
     bool start(QString *error = nullptr);

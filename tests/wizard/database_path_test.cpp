@@ -42,7 +42,7 @@ const QByteArray postgresMethod = R"(<?xml version="1.0"?>
 bool prepare(PgCluster *cluster)
 {
     static const bool done = [cluster] {
-        const std::pair<QString, QString> steps[] = {
+        return cluster->psqlSteps({
             {u"postgres"_s, u"CREATE ROLE importer LOGIN PASSWORD 'Imp''ort;er [pw]'"_s},
             {u"postgres"_s, u"CREATE DATABASE \"Inventory\""_s},
             {u"Inventory"_s,
@@ -54,15 +54,7 @@ bool prepare(PgCluster *cluster)
              "CREATE TABLE many AS SELECT '10.1.' || (g / 250) || '.' || (g % 250 + 1) AS ip "
              "FROM generate_series(0, 5999) g;"
              "GRANT SELECT ON ALL TABLES IN SCHEMA public TO importer"_s},
-        };
-        for (const auto &[database, sql] : steps) {
-            QString output;
-            if (!cluster->psql(database, sql, &output)) {
-                ADD_FAILURE() << output.toStdString();
-                return false;
-            }
-        }
-        return true;
+        });
     }();
     return done;
 }
