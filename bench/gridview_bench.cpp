@@ -56,8 +56,7 @@ class TrivialModel : public QAbstractTableModel
 public:
     explicit TrivialModel(int rows)
         : m_rows(rows)
-    {
-    }
+    {}
     int rowCount(const QModelIndex &parent = {}) const override
     {
         return parent.isValid() ? 0 : m_rows;

@@ -70,8 +70,8 @@ int main(int argc, char **argv)
     QCommandLineParser parser;
     parser.setApplicationDescription(u"Keeps network nodes and imports them with MGImport8."_s);
     parser.addHelpOption();
-    const QCommandLineOption storeOption(u"store"_s, u"The inventory file (SQLite)."_s,
-                                         u"FILE"_s, NodeInventory::NodeStore::defaultPath());
+    const QCommandLineOption storeOption(u"store"_s, u"The inventory file (SQLite)."_s, u"FILE"_s,
+                                         NodeInventory::NodeStore::defaultPath());
     const QCommandLineOption listOption(u"list"_s, u"Prints the inventory and exits."_s);
     const QCommandLineOption pathOption(u"store-path"_s,
                                         u"Prints where the inventory is kept and exits."_s);

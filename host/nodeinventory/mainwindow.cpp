@@ -66,8 +66,8 @@ void MainWindow::importNodes()
         return;
     }
     if (!summary.completed) {
-        m_status->setText(u"Import cancelled: the inventory is unchanged. %1 nodes"_s.arg(
-            m_model->rowCount()));
+        m_status->setText(
+            u"Import cancelled: the inventory is unchanged. %1 nodes"_s.arg(m_model->rowCount()));
         return;
     }
     m_status->setText(u"Imported: %1 added, %2 updated, %3 skipped. %4 nodes"_s.arg(summary.added)

@@ -45,8 +45,9 @@ bool UnavailableSourceReader::listDatabases(const ImportType &method, const Serv
     return false;
 }
 
-std::optional<QString> UnavailableSourceReader::serverConnectionString(
-    const ImportType &method, const ServerLogin &login, const QString &databaseName)
+std::optional<QString> UnavailableSourceReader::serverConnectionString(const ImportType &method,
+                                                                       const ServerLogin &login,
+                                                                       const QString &databaseName)
 {
     Q_UNUSED(method)
     Q_UNUSED(login)

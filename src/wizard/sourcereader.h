@@ -36,16 +36,19 @@ public:
     /// each once. Reports its own failures through `status` (the panel's `StatusMessage`) or the
     /// view, and answers false when discovery could not run.
     virtual bool discoverServers(const ImportType &method, QStringList &servers,
-                                 const std::function<void(const QString &)> &status) = 0;
+                                 const std::function<void(const QString &)> &status)
+        = 0;
     /// The databases of the chosen server, in the server's order; false with the management
     /// layer's last error text in `error` when the server cannot be reached.
     virtual bool listDatabases(const ImportType &method, const ServerLogin &login,
-                               QStringList &databases, QString &error) = 0;
+                               QStringList &databases, QString &error)
+        = 0;
     /// The connection string for the database panel's choices, empty when no database is chosen;
     /// nothing after a failure it has reported.
     virtual std::optional<QString> serverConnectionString(const ImportType &method,
                                                           const ServerLogin &login,
-                                                          const QString &databaseName) = 0;
+                                                          const QString &databaseName)
+        = 0;
     /// Lists the user tables of the method's database (its `ConnectionString`).
     virtual bool listTables(const ImportType &method, QStringList &tables) = 0;
     /// Reads a table or a "SELECT " query of the method's database into the grid, field names in

@@ -1,8 +1,8 @@
 #include "wizard/standardsourcereader.h"
 
 #include "wizard/access/accesssourcereader.h"
-#include "wizard/workbook/workbooksourcereader.h"
 #include "wizard/serversourcereader.h"
+#include "wizard/workbook/workbooksourcereader.h"
 
 #include <MGImport8/importtype.h>
 

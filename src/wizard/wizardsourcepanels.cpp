@@ -66,8 +66,8 @@ bool WizardController::exitDatabasePanel()
 {
     if (!m_method)
         return false;
-    const std::optional<QString> connection = m_sources->serverConnectionString(
-        *m_method, serverLogin(), m_state.databaseName);
+    const std::optional<QString> connection
+        = m_sources->serverConnectionString(*m_method, serverLogin(), m_state.databaseName);
     if (!connection)
         return false;
     m_method->setConnectionString(*connection);
@@ -193,8 +193,10 @@ void WizardController::openServerList()
         return;
     }
     QStringList servers;
-    const bool discovered = m_sources->discoverServers(
-        *m_method, servers, [this](const QString &text) { setStatusMessage(text); });
+    const bool discovered = m_sources->discoverServers(*m_method, servers,
+                                                       [this](const QString &text) {
+                                                           setStatusMessage(text);
+                                                       });
     m_state.servers = servers;
     // A discovery that could not run leaves its status text showing.
     if (discovered)

@@ -8,12 +8,12 @@
 #include "formfixture.h"
 
 #include <QComboBox>
-#include <QTableView>
 #include <QFrame>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTableView>
 #include <QTest>
 
 using namespace Qt::StringLiterals;

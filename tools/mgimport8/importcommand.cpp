@@ -109,11 +109,10 @@ std::optional<Options> parseOptions(const QStringList &arguments)
     const QCommandLineOption into(u"into"_s,
                                   u"Imports into this node store (SQLite) instead of printing."_s,
                                   u"FILE"_s);
-    const QCommandLineOption sheet(u"sheet"_s,
-                                   u"Worksheet of a workbook, 1-based (default 1)."_s, u"N"_s,
-                                   u"1"_s);
-    parser.addOptions({columns, required, ipColumn, option, method, delimiters, map, rows, into,
-                       sheet});
+    const QCommandLineOption sheet(u"sheet"_s, u"Worksheet of a workbook, 1-based (default 1)."_s,
+                                   u"N"_s, u"1"_s);
+    parser.addOptions(
+        {columns, required, ipColumn, option, method, delimiters, map, rows, into, sheet});
     const QCommandLineOption table(u"table"_s,
                                    u"The database table to read, or a SELECT statement."_s,
                                    u"NAME|QUERY"_s);
