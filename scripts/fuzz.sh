@@ -23,16 +23,24 @@ export LSAN_OPTIONS="suppressions=$root/tests/lsan.supp:print_suppressions=0"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
+# Each run's whole report stays in build-fuzz/logs, and a failing input is kept in
+# build-fuzz/findings, so that a finding can be replayed after the scratch folder is gone.
+mkdir -p "$build/logs" "$build/findings"
 for target in "${targets[@]}"; do
     mkdir -p "$scratch/$target"
     echo "fuzzing $target for ${seconds}s"
+    log="$build/logs/$target.log"
     (cd "$scratch" && "$build/fuzz/${target}_fuzz" "$scratch/$target" "$root/fuzz/corpus/$target" ${extra[$target]:-} \
-        -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 2>&1 \
-        | grep -E 'stat::number_of_executed_units|ERROR|SUMMARY|Done' || true)
+        -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 >"$log" 2>&1 || true)
+    grep -E 'stat::number_of_executed_units|ERROR|SUMMARY|Done' "$log" || true
     # libFuzzer exits non-zero and leaves a crash-* or leak-* file when it finds something.
     if compgen -G "$scratch/crash-*" >/dev/null || compgen -G "$scratch/leak-*" >/dev/null \
         || compgen -G "$scratch/timeout-*" >/dev/null || compgen -G "$scratch/oom-*" >/dev/null; then
-        echo "fuzzer $target found a failing input:"; ls "$scratch"
+        echo "fuzzer $target found a failing input (kept in $build/findings):"
+        cp "$scratch"/crash-* "$scratch"/leak-* "$scratch"/timeout-* "$scratch"/oom-* \
+            "$build/findings/" 2>/dev/null || true
+        ls "$build/findings"
+        grep -E -A40 'ERROR: |Direct leak|Indirect leak' "$log" | head -80
         exit 1
     fi
 done
