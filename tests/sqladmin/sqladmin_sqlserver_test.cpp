@@ -13,7 +13,7 @@
 #include "scriptedsession.h"
 #include "sqladmin/manageddatabase.h"
 #include "sqladmin/managementserver.h"
-#include "sqladmin/sqladmin_p.h"
+#include "sqladmin/admin/sqladmin_p.h"
 
 #include <gtest/gtest.h>
 

@@ -12,7 +12,7 @@
 #include "sqladmin/connectiontranslator.h"
 #include "sqladmin/nameguard.h"
 #include "sqladmin/secrets.h"
-#include "sqladmin/sqladmin_p.h"
+#include "sqladmin/admin/sqladmin_p.h"
 #include "testsupport.h"
 
 #include <QDir>

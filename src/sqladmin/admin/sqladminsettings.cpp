@@ -1,4 +1,4 @@
-#include "sqladmin/sqladmin_p.h"
+#include "sqladmin/admin/sqladmin_p.h"
 
 #include "common/xmlfunctions.h"
 
