@@ -87,7 +87,8 @@ public:
     /// connected. The setter changes it on the server where the server allows it.
     int DatabaseSecurityMode() const;
     void setDatabaseSecurityMode(int DatabaseSecurityMode);
-    /// Always false, even after a successful restart.
+    /// Always false. The server is left running, with the reason in `LastError`: neither kind of
+    /// server can be started again from a client, so none is ever stopped.
     Q_INVOKABLE bool RestartServer();
     QString LastError() const;
     QString LoginName() const;

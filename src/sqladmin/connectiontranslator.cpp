@@ -105,6 +105,9 @@ QString freeTdsConnectionString(const LoginSettings &login)
         text += u";UID="_s + braced(login.login) + u";PWD="_s + braced(login.password);
     // A fixed protocol version: left to negotiate, the driver does not keep to the login timeout.
     text += u";TDS_Version="_s + tdsVersion + u";ClientCharset=UTF-8"_s;
+    // The driver's query timeout: a statement still running after it is cancelled.
+    if (login.commandTimeout > 0)
+        text += u";Timeout="_s + QString::number(login.commandTimeout);
     return text;
 }
 

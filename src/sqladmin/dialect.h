@@ -43,7 +43,6 @@ public:
     /// One row, one column: the path of the master database's primary file, or a folder.
     virtual QString dataFileQuery() const = 0;
     /// The statement that stops the server, or an error when it cannot be stopped from a client.
-    virtual Result<QString> shutdownStatement() const = 0;
 
     /// schema, name.
     virtual QString tablesQuery() const = 0;

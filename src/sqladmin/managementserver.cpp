@@ -61,19 +61,6 @@ Result<bool> ManagementServer::start(const QString &serverName)
                  + u" cannot be started from here; start its service on its own machine."_s};
 }
 
-Result<bool> ManagementServer::shutdown()
-{
-    if (!m_session)
-        return Error{notConnected};
-    Result<QString> statement = m_dialect->shutdownStatement();
-    if (!statement)
-        return Error{statement.error()};
-    // The server ends the connection as it stops, so the statement's own outcome says nothing.
-    (void)m_session->execute(statement.value());
-    disconnect();
-    return true;
-}
-
 Result<QString> ManagementServer::scalarText(const QString &statement)
 {
     if (!m_session)

@@ -42,8 +42,6 @@ public:
     /// Starts the server named. Neither kind can be started through a client connection; the
     /// error says so.
     Result<bool> start(const QString &serverName);
-    /// Stops the connected server where a client may do so, and drops the connection.
-    Result<bool> shutdown();
 
     Result<QString> netName();
     Result<QString> versionString();

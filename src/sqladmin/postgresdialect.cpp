@@ -65,10 +65,6 @@ public:
     {
         return u"SELECT current_setting('data_directory') || '/'"_s;
     }
-    Result<QString> shutdownStatement() const override
-    {
-        return Error{u"A PostgreSQL server cannot be stopped through a connection."_s};
-    }
 
     QString tablesQuery() const override
     {

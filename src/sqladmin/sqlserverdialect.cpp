@@ -51,7 +51,6 @@ public:
         return u"SELECT physical_name FROM sys.master_files WHERE database_id = DB_ID(N'master') "
                u"AND data_space_id = 1 ORDER BY file_id"_s;
     }
-    Result<QString> shutdownStatement() const override { return u"SHUTDOWN"_s; }
 
     QString tablesQuery() const override
     {

@@ -67,6 +67,10 @@ TEST(Translator, FreeTdsStrings)
     EXPECT_EQ(
         freeTdsConnectionString(integrated),
         u"DRIVER={FreeTDS};SERVER={SRV};Trusted_Connection=Yes;TDS_Version=7.4;ClientCharset=UTF-8"_s);
+    // A database connection's command timeout reaches the driver as its query timeout.
+    LoginSettings timed = integrated;
+    timed.commandTimeout = 20;
+    EXPECT_TRUE(freeTdsConnectionString(timed).endsWith(u";ClientCharset=UTF-8;Timeout=20"_s));
 }
 
 TEST(Translator, PasswordsNeverLeave)

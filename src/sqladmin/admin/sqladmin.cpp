@@ -8,7 +8,6 @@
 
 #include <QSqlDatabase>
 #include <QSqlQuery>
-#include <QThread>
 
 using namespace Qt::StringLiterals;
 
@@ -21,8 +20,6 @@ namespace {
 const QString crlf = u"\r\n"_s;
 /// Seconds a statement of a database connection may run.
 constexpr int commandTimeoutSeconds = 20;
-/// How long RestartServer waits between two looks at the server's state.
-constexpr unsigned long statusPollMilliseconds = 1000;
 // The long tail of every connection string.
 const QString connectionTail = u";Use Procedure for Prepare=1;Auto Translate=True;Packet Size=4096;"
                                u"Workstation ID=Marrowgate;Use Encryption for Data=FALSE;"
@@ -72,7 +69,13 @@ int SQLAdmin::DatabaseSecurityMode() const
     if (!d->server)
         return -1;
     Result<int> mode = d->server->securityMode();
-    return mode ? mode.value() : -1;
+    if (!mode) {
+        // PostgreSQL shows its authentication rules to superusers only: say so rather than
+        // answer -1 without a word.
+        d->lastError = mode.error();
+        return -1;
+    }
+    return mode.value();
 }
 
 void SQLAdmin::setDatabaseSecurityMode(int DatabaseSecurityMode)
@@ -88,15 +91,12 @@ bool SQLAdmin::RestartServer()
 {
     if (!d->server)
         return false;
-    (void)d->server->shutdown();
-    while (d->server->status() == ServerStatus::Stopping)
-        QThread::msleep(statusPollMilliseconds);
-    d->server->disconnect();
-    // Start, then connect as the start would: the start fails here, the connect may not.
-    (void)d->server->start(d->serverName);
-    (void)d->server->connect(d->login());
-    while (d->server->status() == ServerStatus::Starting)
-        QThread::msleep(statusPollMilliseconds);
+    // A restart is a stop and a start. Neither server kind can be started again through a client
+    // connection, so stopping it would leave it down until someone starts it on its own machine:
+    // leave it running and say why.
+    d->lastError = u"The server "_s + d->serverName
+                   + u" was not restarted: it cannot be started again from here, so it has not "
+                     u"been stopped. Restart its service on its own machine."_s;
     return false;
 }
 
@@ -190,9 +190,17 @@ bool SQLAdmin::Connect(bool RequireSysAdmin)
     if (!d->server || d->server->kind() != d->kind()) {
         d->release();
         if (!d->probeLibrary(d->kind()).present) {
-            d->lastError = u"SQL Server Management objects are not installed on this machine."_s
-                           + crlf + crlf
-                           + u"You must first install Microsoft SQL Server on this machine."_s;
+            d->lastError = d->kind() == ServerKind::PostgreSql
+                               ? u"PostgreSQL Management objects are not installed on this "
+                                 u"machine."_s
+                                     + crlf + crlf
+                                     + u"You must first install the PostgreSQL driver of Qt SQL "
+                                       u"(libqt6sql6-psql) on this machine."_s
+                               : u"SQL Server Management objects are not installed on this "
+                                 u"machine."_s
+                                     + crlf + crlf
+                                     + u"You must first install Microsoft SQL Server on this "
+                                       u"machine."_s;
             return false;
         }
         d->server = std::make_unique<ManagementServer>(d->kind(), d->factory);
@@ -254,12 +262,20 @@ QString SQLAdmin::DefaultDataPath()
 {
     if (!d->server)
         return {};
-    Result<QString> file = d->server->dataFilePath();
-    if (!file)
+    if (!GetDatabase(d->server->dialect().adminDatabase()))
         return {};
-    const QString path = file.value().trimmed();
+    Result<QString> file = d->server->dataFilePath();
+    if (!file) {
+        d->lastError = file.error();
+        return {};
+    }
+    QStringView path = file.value();
+    while (path.startsWith(u' '))
+        path = path.sliced(1);
+    while (path.endsWith(u' '))
+        path.chop(1);
     const qsizetype slash = path.lastIndexOf(u'\\');
-    return slash >= 0 ? path.first(slash + 1) : path;
+    return (slash >= 0 ? path.first(slash + 1) : path).toString();
 }
 
 QString SQLAdmin::BuildConnectionString(const QString &Server, const QString &Database) const
