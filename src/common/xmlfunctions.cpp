@@ -106,8 +106,14 @@ pugi::xml_attribute AddAttribute(pugi::xml_document & /*document*/, pugi::xml_no
 void SetAttribute(pugi::xml_document &document, pugi::xml_node element, QStringView name,
                   const QVariant &value)
 {
-    // The lookup under the name as given and the one under its safe form meet in AddAttribute,
-    // which reuses an attribute of the safe name.
+    // An attribute of exactly that name, as a file read from elsewhere may hold ("a:b"), is
+    // updated where it stands; only a missing one is added under the safe form of the name.
+    if (element.type() == pugi::node_element) {
+        if (pugi::xml_attribute existing = element.attribute(Xml::toXml(name).constData())) {
+            existing.set_value(Xml::toXml(xmlTextOf(value)).constData());
+            return;
+        }
+    }
     AddAttribute(document, element, name, value);
 }
 

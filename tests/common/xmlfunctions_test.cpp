@@ -72,6 +72,13 @@ TEST(XmlBuilding, NamesAreSafeAndAttributesReplaced)
               "&lt;co&gt;</Name></Root_Node>");
     EXPECT_STREQ(replaced.name(), "a_b");
 
+    // An attribute whose name is not safe, as a file from elsewhere holds it, is updated where
+    // it stands rather than joined by a second one under the safe name.
+    pugi::xml_document loaded;
+    ASSERT_TRUE(loaded.load_string("<e x:y=\"old\"/>"));
+    SetAttribute(loaded, loaded.child("e"), u"x:y", u"new"_s);
+    EXPECT_EQ(serialized(loaded), "<e x:y=\"new\"/>");
+
     // Nodes that cannot take children or attributes give empty results, not crashes.
     const pugi::xml_node text = root.child("Name").first_child();
     EXPECT_FALSE(AddElement(document, text, u"x", u"y"));

@@ -12,9 +12,9 @@
 #include <MGImport8/sqladmin.h>
 
 #include "scriptedsession.h"
+#include "sqladmin/admin/sqladmin_p.h"
 #include "sqladmin/manageddatabase.h"
 #include "sqladmin/managementserver.h"
-#include "sqladmin/admin/sqladmin_p.h"
 
 #include <gtest/gtest.h>
 
