@@ -180,7 +180,7 @@ bool CompoundFile::readChain(const std::vector<std::uint32_t> &table, std::uint3
     if (size != UnknownSize)
         out.reserve(std::size_t(std::min<std::uint64_t>(size, units * unit)));
     std::uint32_t number = start;
-    std::uint64_t steps = 0;
+    std::vector<bool> visited(std::size_t(units), false);
     while (size == UnknownSize || out.size() < size) {
         if (number == EndOfChain && size == UnknownSize)
             return true;
@@ -190,11 +190,12 @@ bool CompoundFile::readChain(const std::vector<std::uint32_t> &table, std::uint3
                         : u"the chain points outside the file (sector %1)"_s.arg(number);
             return false;
         }
-        // A chain longer than the file has sectors must run in a circle.
-        if (++steps > units) {
+        // A sector met twice means the chain runs in a circle.
+        if (visited[number]) {
             error = u"the chain of sectors runs in a loop"_s;
             return false;
         }
+        visited[number] = true;
         std::string_view data = small ? std::string_view(m_miniStream)
                                             .substr(std::size_t(number) * unit, unit)
                                       : sector(number);

@@ -119,6 +119,11 @@ std::shared_ptr<const TextTable> XlsWorkbook::readSheet(const QString &path, int
         bytes = std::string_view(copy.constData(), std::size_t(copy.size()));
     }
 
+    return readSheet(bytes, position);
+}
+
+std::shared_ptr<const TextTable> XlsWorkbook::readSheet(std::string_view bytes, int position)
+{
     BiffWorkbook book;
     if (const std::optional<BiffError> error = book.open(bytes))
         fail(*error);

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 namespace MGImport8 {
 
@@ -26,6 +27,8 @@ public:
     /// Reads the sheet at `position`; `position` past the last sheet fails with
     /// SubscriptOutOfRange.
     static std::shared_ptr<const TextTable> readSheet(const QString &path, int position);
+    /// The same for a workbook's bytes already in memory (fuzzing, tests).
+    static std::shared_ptr<const TextTable> readSheet(std::string_view bytes, int position);
 };
 
 } // namespace MGImport8
