@@ -87,54 +87,83 @@ QByteArray workbookStream(const QByteArray &globals, const QList<QByteArray> &sh
     return head + body;
 }
 
-enum class Chain { Sound, Loop, OutsideFile };
+enum class Chain { Sound, Loop, OutsideFile, SmallStream };
+
+QByteArray entry(const QString &name, char type, quint32 child, quint32 start, quint32 size)
+{
+    QByteArray out(128, '\0');
+    for (qsizetype i = 0; i < name.size(); ++i)
+        qToLittleEndian<quint16>(name[i].unicode(), out.data() + 2 * i);
+    qToLittleEndian<quint16>(quint16((name.size() + 1) * 2), out.data() + 0x40);
+    out[0x42] = type;
+    qToLittleEndian<quint32>(0xFFFFFFFF, out.data() + 0x44);
+    qToLittleEndian<quint32>(0xFFFFFFFF, out.data() + 0x48);
+    qToLittleEndian<quint32>(child, out.data() + 0x4C);
+    qToLittleEndian<quint32>(start, out.data() + 0x74);
+    qToLittleEndian<quint32>(size, out.data() + 0x78);
+    return out;
+}
+
+// A table sector: `next[i]` for the first entries, free after them.
+QByteArray tableSector(const QList<quint32> &next)
+{
+    QByteArray out;
+    for (quint32 value : next)
+        out += le32(value);
+    while (out.size() < 512)
+        out += le32(0xFFFFFFFF);
+    return out;
+}
 
 // A compound file (512-byte sectors) holding `stream` under `name`: sector 0 the allocation
-// table, 1 the directory, then the stream's sectors (streams under 4096 bytes are padded to it).
+// table, 1 the directory, then the stream's sectors (padded to 4096 bytes). SmallStream keeps
+// the stream unpadded in 64-byte small sectors instead: sector 2 their table, 3 on their area.
 QByteArray compoundFile(const QByteArray &name, QByteArray stream, Chain chain = Chain::Sound)
 {
-    stream.append(QByteArray(std::max<qsizetype>(0, 4096 - stream.size()), '\0'));
-    const qsizetype sectors = (stream.size() + 511) / 512;
+    const bool small = chain == Chain::SmallStream;
+    const quint32 streamSize = quint32(small ? stream.size()
+                                             : std::max<qsizetype>(4096, stream.size()));
+    QList<quint32> fat{0xFFFFFFFD, 0xFFFFFFFE};
+    QByteArray extra; // the small sectors' table, when there is one
+    quint32 rootStart = 0xFFFFFFFE, rootSize = 0, streamStart = 2;
+    if (small) {
+        const quint32 smallSectors = (streamSize + 63) / 64;
+        QList<quint32> chainOfSmall;
+        for (quint32 i = 0; i < smallSectors; ++i)
+            chainOfSmall.append(i + 1 == smallSectors ? 0xFFFFFFFE : i + 1);
+        extra = tableSector(chainOfSmall);
+        fat.append(0xFFFFFFFE);
+        rootStart = 3;
+        rootSize = smallSectors * 64;
+        streamStart = 0;
+    }
+    stream.resize(((std::max<qsizetype>(stream.size(), small ? 1 : 4096) + 511) / 512) * 512, '\0');
+    const qsizetype sectors = stream.size() / 512;
+    const quint32 first = small ? 3 : 2;
+    for (qsizetype i = 0; i < sectors; ++i) {
+        const bool last = i + 1 == sectors;
+        quint32 next = last ? 0xFFFFFFFE : quint32(first + i + 1);
+        if (last && chain == Chain::Loop)
+            next = first;
+        if (last && chain == Chain::OutsideFile)
+            next = 4000;
+        fat.append(next);
+    }
+    // A damaged chain claims one sector more than the sound stream has.
+    const quint32 claimed = chain == Chain::Loop || chain == Chain::OutsideFile ? streamSize + 512
+                                                                                : streamSize;
     QByteArray header = QByteArray("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8) + QByteArray(16, '\0')
                         + le16(0x3E) + le16(3) + le16(0xFFFE) + le16(9) + le16(6)
                         + QByteArray(6, '\0') + le32(0) + le32(1) + le32(1) + le32(0) + le32(4096)
-                        + le32(0xFFFFFFFE) + le32(0) + le32(0xFFFFFFFE) + le32(0) + le32(0);
+                        + le32(small ? 2 : 0xFFFFFFFE) + le32(small ? 1 : 0) + le32(0xFFFFFFFE)
+                        + le32(0) + le32(0);
     for (int i = 1; i < 109; ++i)
         header += le32(0xFFFFFFFF);
-    QByteArray fat = le32(0xFFFFFFFD) + le32(0xFFFFFFFE);
-    for (qsizetype i = 0; i < sectors; ++i) {
-        const bool last = i + 1 == sectors;
-        quint32 next = last ? 0xFFFFFFFE : quint32(i + 3);
-        if (last && chain == Chain::Loop)
-            next = 2;
-        if (last && chain == Chain::OutsideFile)
-            next = 4000;
-        if (last && chain != Chain::Sound)
-            stream.append(QByteArray(512, '\0')); // the claimed size needs one more sector
-        fat += le32(next);
-    }
-    while (fat.size() < 512)
-        fat += le32(0xFFFFFFFF);
-    auto entry = [](const QString &entryName, char type, quint32 child, quint32 start,
-                    quint32 size) -> QByteArray {
-        QByteArray out(128, '\0');
-        for (qsizetype i = 0; i < entryName.size(); ++i)
-            qToLittleEndian<quint16>(entryName[i].unicode(), out.data() + 2 * i);
-        qToLittleEndian<quint16>(quint16((entryName.size() + 1) * 2), out.data() + 0x40);
-        out[0x42] = type;
-        qToLittleEndian<quint32>(0xFFFFFFFF, out.data() + 0x44);
-        qToLittleEndian<quint32>(0xFFFFFFFF, out.data() + 0x48);
-        qToLittleEndian<quint32>(child, out.data() + 0x4C);
-        qToLittleEndian<quint32>(start, out.data() + 0x74);
-        qToLittleEndian<quint32>(size, out.data() + 0x78);
-        return out;
-    };
-    QByteArray directory = entry(u"Root Entry"_s, 5, 1, 0xFFFFFFFE, 0)
-                           + entry(QString::fromLatin1(name), 2, 0xFFFFFFFF, 2,
-                                   quint32(stream.size()))
-                           + QByteArray(256, '\0');
-    stream.resize(((stream.size() + 511) / 512) * 512, '\0');
-    return header + fat + directory + stream;
+    const QByteArray directory = entry(u"Root Entry"_s, 5, 1, rootStart, rootSize)
+                                 + entry(QString::fromLatin1(name), 2, 0xFFFFFFFF, streamStart,
+                                         claimed)
+                                 + QByteArray(256, '\0');
+    return header + tableSector(fat) + directory + extra + stream;
 }
 
 // The sheet's rows, one per line ("a|b"), or the error, for readable failures.
@@ -269,6 +298,7 @@ TEST(XlsReader, RefusesDamagedEncryptedAndForeignFiles)
         int number;
     } cases[] = {
         {"sound", compoundFile("Workbook", sound), 0, 0},
+        {"sound_in_small_sectors", compoundFile("Workbook", sound, Chain::SmallStream), 0, 0},
         {"chain_loop", compoundFile("Workbook", sound, Chain::Loop), 0,
          WorkbookErrorNumber::InvalidFileFormat},
         {"chain_outside_file", compoundFile("Workbook", sound, Chain::OutsideFile), 0,
