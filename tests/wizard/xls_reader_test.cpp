@@ -1,7 +1,7 @@
 // The .xls reader on workbooks built record by record, for what the corpus files do not show:
 // - every cell record and formula result of Excel 97-2003, with dates in both date systems;
 // - shared strings broken across CONTINUE records, with the option byte changing mid-string;
-// - Excel 2 and Excel 5 layouts, code-page text, small streams, embedded charts, merged areas;
+// - Excel 2, 4 and 5 layouts, code-page text, small streams, embedded charts, merged areas;
 // - damaged containers and records (loops, pointers outside the file, cut records, bad indexes),
 //   encrypted and foreign files, each refused with its number and never read as a success.
 
@@ -270,6 +270,18 @@ TEST(XlsReader, ReadsOlderGenerations)
                                              {record(Label, cell(0, 0) + le16(3) + "\xCC\xEE\xF1")},
                                              0x0500);
     EXPECT_EQ(readXls(compoundFile("Book", excel5)), lines({u"Мос"_s}));
+    // An Excel 4 workbook: a bare stream of globals, then each sheet behind a header record
+    // holding its length and name.
+    auto excel4Sheet = [](const QByteArray &cells) -> QByteArray {
+        const QByteArray body = record(0x0409, le16(0) + le16(0x0010)) + cells + record(Eof, {});
+        return record(0x008F, le32(quint32(body.size())) + "\x01A") + body;
+    };
+    const QByteArray excel4 = record(0x0409, le16(0) + le16(0x0100)) + record(Eof, {})
+                              + excel4Sheet(record(Label, cell(0, 0) + le16(5) + "first"))
+                              + excel4Sheet(record(Number, cell(2, 1) + f64(2.5)));
+    EXPECT_EQ(readXls(excel4, 0), lines({u"first"_s}));
+    EXPECT_EQ(readXls(excel4, 1), lines({u"2.5"_s}));
+    EXPECT_EQ(refusal(excel4, 2), WorkbookErrorNumber::SubscriptOutOfRange);
 }
 
 TEST(XlsReader, SkipsEmbeddedChartsAndKeepsMergedAreasTopLeft)

@@ -22,7 +22,7 @@ constexpr std::uint16_t Codepage = 0x0042;
 constexpr std::uint16_t DateMode = 0x0022;
 constexpr std::uint16_t Format2 = 0x001E, Format = 0x041E;
 constexpr std::uint16_t Xf2 = 0x0043, Xf3 = 0x0243, Xf4 = 0x0443, Xf = 0x00E0;
-constexpr std::uint16_t BoundSheet = 0x0085, BundleSheet = 0x008F;
+constexpr std::uint16_t BoundSheet = 0x0085, SheetHeader = 0x008F; // the latter Excel 4 only
 constexpr std::uint16_t Sst = 0x00FC, Continue = 0x003C;
 constexpr std::uint16_t Integer2 = 0x0002, Number2 = 0x0003, Label2 = 0x0004, BoolErr2 = 0x0005;
 constexpr std::uint16_t Formula = 0x0006, Formula3 = 0x0206, Formula4 = 0x0406;

@@ -130,6 +130,8 @@ std::optional<BiffError> BiffWorkbook::open(std::string_view file)
     }
     if (std::optional<BiffError> error = readGlobals(0, m_singleSheet))
         return error;
+    if (!m_singleSheet && m_version == 4)
+        findExcel4Sheets();
     resolveFormats();
     return std::nullopt;
 }
@@ -178,8 +180,8 @@ std::optional<BiffError> BiffWorkbook::readGlobals(std::size_t start, bool whole
             readCellFormat(record.id, data);
             break;
         case Id::BoundSheet:
-        case Id::BundleSheet:
-            if (!wholeStream)
+            // Excel 4 workbooks name their sheets again in the header before each of them.
+            if (!wholeStream && m_version >= 5)
                 readSheetName(data);
             break;
         case Id::Sst:
@@ -191,7 +193,22 @@ std::optional<BiffError> BiffWorkbook::readGlobals(std::size_t start, bool whole
             break;
         }
     } while (depth > 0);
+    m_globalsEnd = at;
     return std::nullopt;
+}
+
+void BiffWorkbook::findExcel4Sheets()
+{
+    // After the globals, each sheet is a header record (its length and name) and its records.
+    Record record;
+    for (std::size_t at = m_globalsEnd; !nextRecord(at, record); at = record.next) {
+        if (record.id != Id::SheetHeader || record.data.size() < 5)
+            continue;
+        if (m_sheets.size() >= BiffLimits::MaxSheets)
+            break;
+        m_sheets.push_back(
+            BiffSheet{byteString(record.data.substr(4), 1), std::uint32_t(record.next), 0, 0});
+    }
 }
 
 void BiffWorkbook::readFormat(std::string_view data)

@@ -105,6 +105,7 @@ private:
     void readCellFormat(std::uint16_t id, std::string_view data);
     std::optional<BiffError> readSharedStrings(Record &record);
     void readSheetName(std::string_view data);
+    void findExcel4Sheets();
     std::string byteString(std::string_view data, std::size_t lengthBytes);
     void resolveFormats();
 
@@ -112,6 +113,7 @@ private:
     std::string_view m_data;
     int m_version = 8;
     bool m_singleSheet = false;
+    std::size_t m_globalsEnd = 0;
     bool m_dates1904 = false;
     BiffText::Codepage m_codepage;
     std::vector<BiffSheet> m_sheets;
