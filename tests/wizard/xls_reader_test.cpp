@@ -270,6 +270,10 @@ TEST(XlsReader, ReadsOlderGenerations)
                                              {record(Label, cell(0, 0) + le16(3) + "\xCC\xEE\xF1")},
                                              0x0500);
     EXPECT_EQ(readXls(compoundFile("Book", excel5)), lines({u"Мос"_s}));
+    // Excel 5 also wrote bare worksheet streams, without a container.
+    EXPECT_EQ(readXls(bof(0x0500, 0x0010) + record(Label, cell(0, 0) + le16(4) + "bare")
+                      + record(Eof, {})),
+              lines({u"bare"_s}));
     // An Excel 4 workbook: a bare stream of globals, then each sheet behind a header record
     // holding its length and name.
     auto excel4Sheet = [](const QByteArray &cells) -> QByteArray {
