@@ -78,6 +78,11 @@ public:
 class BiffWorkbook
 {
 public:
+    BiffWorkbook() = default;
+    // Records point into the workbook's own copy of its stream.
+    BiffWorkbook(const BiffWorkbook &) = delete;
+    BiffWorkbook &operator=(const BiffWorkbook &) = delete;
+
     /// Reads the workbook in `file` (kept alive by the caller for the object's life).
     std::optional<BiffError> open(std::string_view file);
 
