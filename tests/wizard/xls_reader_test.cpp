@@ -87,7 +87,7 @@ QByteArray workbookStream(const QByteArray &globals, const QList<QByteArray> &sh
     return head + body;
 }
 
-enum class Chain { Sound, Loop, OutsideFile, SmallStream };
+enum class Chain { Sound, Loop, OutsideFile, SmallStream, LargeSectors };
 
 QByteArray entry(const QString &name, char type, quint32 child, quint32 start, quint32 size)
 {
@@ -105,12 +105,12 @@ QByteArray entry(const QString &name, char type, quint32 child, quint32 start, q
 }
 
 // A table sector: `next[i]` for the first entries, free after them.
-QByteArray tableSector(const QList<quint32> &next)
+QByteArray tableSector(const QList<quint32> &next, qsizetype sectorBytes = 512)
 {
     QByteArray out;
     for (quint32 value : next)
         out += le32(value);
-    while (out.size() < 512)
+    while (out.size() < sectorBytes)
         out += le32(0xFFFFFFFF);
     return out;
 }
@@ -118,9 +118,12 @@ QByteArray tableSector(const QList<quint32> &next)
 // A compound file (512-byte sectors) holding `stream` under `name`: sector 0 the allocation
 // table, 1 the directory, then the stream's sectors (padded to 4096 bytes). SmallStream keeps
 // the stream unpadded in 64-byte small sectors instead: sector 2 their table, 3 on their area.
+// LargeSectors uses the 4096-byte sectors of the format's version 4.
 QByteArray compoundFile(const QByteArray &name, QByteArray stream, Chain chain = Chain::Sound)
 {
     const bool small = chain == Chain::SmallStream;
+    const bool large = chain == Chain::LargeSectors;
+    const qsizetype sectorBytes = large ? 4096 : 512;
     const quint32 streamSize = quint32(small ? stream.size()
                                              : std::max<qsizetype>(4096, stream.size()));
     QList<quint32> fat{0xFFFFFFFD, 0xFFFFFFFE};
@@ -137,8 +140,11 @@ QByteArray compoundFile(const QByteArray &name, QByteArray stream, Chain chain =
         rootSize = smallSectors * 64;
         streamStart = 0;
     }
-    stream.resize(((std::max<qsizetype>(stream.size(), small ? 1 : 4096) + 511) / 512) * 512, '\0');
-    const qsizetype sectors = stream.size() / 512;
+    stream.resize(((std::max<qsizetype>(stream.size(), small ? 1 : 4096) + sectorBytes - 1)
+                   / sectorBytes)
+                      * sectorBytes,
+                  '\0');
+    const qsizetype sectors = stream.size() / sectorBytes;
     const quint32 first = small ? 3 : 2;
     for (qsizetype i = 0; i < sectors; ++i) {
         const bool last = i + 1 == sectors;
@@ -153,17 +159,18 @@ QByteArray compoundFile(const QByteArray &name, QByteArray stream, Chain chain =
     const quint32 claimed = chain == Chain::Loop || chain == Chain::OutsideFile ? streamSize + 512
                                                                                 : streamSize;
     QByteArray header = QByteArray("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8) + QByteArray(16, '\0')
-                        + le16(0x3E) + le16(3) + le16(0xFFFE) + le16(9) + le16(6)
-                        + QByteArray(6, '\0') + le32(0) + le32(1) + le32(1) + le32(0) + le32(4096)
-                        + le32(small ? 2 : 0xFFFFFFFE) + le32(small ? 1 : 0) + le32(0xFFFFFFFE)
-                        + le32(0) + le32(0);
+                        + le16(0x3E) + le16(large ? 4 : 3) + le16(0xFFFE) + le16(large ? 12 : 9)
+                        + le16(6) + QByteArray(6, '\0') + le32(0) + le32(1) + le32(1) + le32(0)
+                        + le32(4096) + le32(small ? 2 : 0xFFFFFFFE) + le32(small ? 1 : 0)
+                        + le32(0xFFFFFFFE) + le32(0) + le32(0);
     for (int i = 1; i < 109; ++i)
         header += le32(0xFFFFFFFF);
-    const QByteArray directory = entry(u"Root Entry"_s, 5, 1, rootStart, rootSize)
-                                 + entry(QString::fromLatin1(name), 2, 0xFFFFFFFF, streamStart,
-                                         claimed)
-                                 + QByteArray(256, '\0');
-    return header + tableSector(fat) + directory + extra + stream;
+    header.resize(sectorBytes, '\0');
+    QByteArray directory = entry(u"Root Entry"_s, 5, 1, rootStart, rootSize)
+                           + entry(QString::fromLatin1(name), 2, 0xFFFFFFFF, streamStart, claimed)
+                           + QByteArray(256, '\0');
+    directory.resize(sectorBytes, '\0');
+    return header + tableSector(fat, sectorBytes) + directory + extra + stream;
 }
 
 // The sheet's rows, one per line ("a|b"), or the error, for readable failures.
@@ -315,6 +322,7 @@ TEST(XlsReader, RefusesDamagedEncryptedAndForeignFiles)
     } cases[] = {
         {"sound", compoundFile("Workbook", sound), 0, 0},
         {"sound_in_small_sectors", compoundFile("Workbook", sound, Chain::SmallStream), 0, 0},
+        {"sound_in_large_sectors", compoundFile("Workbook", sound, Chain::LargeSectors), 0, 0},
         {"chain_loop", compoundFile("Workbook", sound, Chain::Loop), 0,
          WorkbookErrorNumber::InvalidFileFormat},
         {"chain_outside_file", compoundFile("Workbook", sound, Chain::OutsideFile), 0,
