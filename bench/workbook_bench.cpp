@@ -88,7 +88,7 @@ double cpuSecondsOf(const struct rusage &usage)
            + double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
-// This process and its finished children (the .xls reader runs libfreexl in one).
+// This process and the children it has waited for.
 double processCpuSeconds()
 {
     struct rusage self = {};

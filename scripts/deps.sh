@@ -9,7 +9,7 @@ packages=(
     # libraries
     qt6-base-dev libqt6sql6-sqlite libpugixml-dev
     # workbooks and Access databases
-    libzip-dev libfreexl-dev mdbtools-dev libxlsxwriter-dev
+    libzip-dev mdbtools-dev libxlsxwriter-dev
     # database servers: ODBC with FreeTDS for SQL Server, libpq and the PostgreSQL server for tests
     unixodbc-dev tdsodbc libqt6sql6-odbc libqt6sql6-psql libpq-dev postgresql-15
     # tests, fuzzing, formatting

@@ -16,6 +16,8 @@ declare -A extra=([access]="${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/acce
 targets+=(ssrp)
 targets+=(connectionstring)
 targets+=(workbook xls)
+# The .xls reader starts from the shared workbooks, read in place.
+extra[xls]="${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/spreadsheets/calamine ${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/spreadsheets/xlrd -max_len=1048576"
 cmake --build "$build" --parallel "$(nproc)" --target "${targets[@]/%/_fuzz}"
 
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"

@@ -115,7 +115,6 @@ TEST(WorkbookRobustness, FilesThatAreNoWorkbookHaveNoReader)
     const std::vector<std::pair<const char *, QByteArray>> cases = {
         {"empty.xlsx", {}},
         {"text.xls", "Name,IP\nrouter,10.0.0.1\n"},
-        {"biff4.xls", QByteArray("\x09\x04\x06\x00\x00\x00\x10\x00", 8)},
     };
     for (const auto &[name, bytes] : cases)
         EXPECT_EQ(errorOf(loadWorkbookSheet(folder.write(QString::fromUtf8(name), bytes), 0)),
@@ -124,6 +123,12 @@ TEST(WorkbookRobustness, FilesThatAreNoWorkbookHaveNoReader)
     EXPECT_EQ(errorOf(loadWorkbookSheet(folder.path() + u"/absent.xlsx"_s, 0)),
               WorkbookErrorNumber::ReaderMissing);
     EXPECT_EQ(errorOf(loadWorkbookSheet(folder.path(), 0)), WorkbookErrorNumber::InvalidFileFormat);
+    // An Excel 4 worksheet cut short after its first record.
+    EXPECT_EQ(errorOf(
+                  loadWorkbookSheet(folder.write(u"biff4.xls"_s,
+                                                 QByteArray("\x09\x04\x06\x00\x00\x00\x10\x00", 8)),
+                                    0)),
+              WorkbookErrorNumber::InvalidFileFormat);
     // An OLE2 container whose sectors are garbage.
     const QByteArray ole = QByteArray("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8)
                            + QByteArray(600, '\x7f');

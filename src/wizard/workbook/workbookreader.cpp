@@ -136,14 +136,11 @@ SheetLoad loadFile(const QString &path, int position)
     case WorkbookFormat::Zip:
         return readZip(ZipContainer::openFile(path), position);
     case WorkbookFormat::Ole2:
+    case WorkbookFormat::OldBiff:
         if (position < 0)
             failWorkbook(WorkbookErrorNumber::SubscriptOutOfRange,
                          u"There is no sheet %1"_s.arg(qint64(position) + 1));
         return {XlsWorkbook::readSheet(path, position), std::nullopt};
-    case WorkbookFormat::OldBiff:
-        failWorkbook(WorkbookErrorNumber::ReaderMissing,
-                     u"Worksheets of Excel 2, 3 and 4 have no reader here; save them as .xls or "
-                     ".xlsx"_s);
     case WorkbookFormat::Unknown:
         break;
     }

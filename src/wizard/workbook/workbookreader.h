@@ -26,11 +26,11 @@ MGIMPORT8_EXPORT WorkbookFormat sniffWorkbookFormat(QByteArrayView head);
 
 /// Loads the sheet at `position` (from 0, in the workbook's own order of sheets, hidden and chart
 /// sheets included) of the workbook at `path`: .xlsx/.xlsm and .ods from their zip containers,
-/// .xls (BIFF5, BIFF8) through libfreexl, chosen by the file's first bytes.
+/// .xls (Excel 2 to 2003) from its compound file or bare stream, chosen by the file's first bytes.
 ///
 /// Error numbers: FileInUse when another program holds a lock on the file (a POSIX or flock lock)
 /// or an office lock file ("~$name", ".~lock.name#") lies beside it; ReaderMissing when the file
-/// does not exist or is in a form no reader here handles (binary .xlsb, Excel 2-4, encrypted
+/// does not exist or is in a form no reader here handles (binary .xlsb, encrypted
 /// workbooks, anything that is no workbook); the others for damaged files, sheets past the last,
 /// and limits.
 MGIMPORT8_EXPORT SheetLoad loadWorkbookSheet(const QString &path, int position);

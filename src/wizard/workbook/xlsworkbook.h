@@ -4,31 +4,31 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <memory>
+#include <string_view>
 
 namespace MGImport8 {
 
 /// Limits of the .xls reading.
 namespace XlsLimits {
-/// The child process that runs libfreexl is stopped after this long.
-constexpr unsigned MaxSeconds = 120;
+/// A file read whole into memory; the largest sheets the format allows stay well below.
+constexpr std::int64_t MaxFileBytes = 1LL << 30;
 } // namespace XlsLimits
 
-/// A binary Excel workbook (.xls, BIFF5 and BIFF8 in an OLE2 container) read through libfreexl.
-/// Sheets are the workbook's worksheets in its own order, hidden ones included. Dates and times
-/// come as libfreexl gives them ("2024-03-01", "2024-03-01 13:45:00", "13:45:00").
-///
-/// libfreexl trusts the lengths it reads from the file, so a damaged or crafted file can make it
-/// read past its buffers. It therefore runs in a short-lived child process that sends the cells
-/// back through a pipe: whatever the file does to it, the host's process is untouched, and a
-/// child that dies or runs past `XlsLimits::MaxSeconds` is a damaged file. Failures throw
-/// WorkbookFailure.
+/// A binary Excel workbook (.xls: Excel 97-2003 and Excel 5/95 in their compound file, and the
+/// bare worksheet files of Excel 2, 3 and 4) read by `BiffWorkbook`, with its cells shown as the
+/// other formats show them: numbers in the General format, dates and times by their number
+/// format in the workbook's date system, TRUE/FALSE, error values as their texts, formulas as
+/// their cached results and merged areas as their top-left cell. Failures throw WorkbookFailure.
 class XlsWorkbook
 {
 public:
     /// Reads the sheet at `position`; `position` past the last sheet fails with
     /// SubscriptOutOfRange.
     static std::shared_ptr<const TextTable> readSheet(const QString &path, int position);
+    /// The same for a workbook's bytes already in memory (fuzzing, tests).
+    static std::shared_ptr<const TextTable> readSheet(std::string_view bytes, int position);
 };
 
 } // namespace MGImport8
