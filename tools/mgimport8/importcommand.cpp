@@ -3,8 +3,9 @@
 #include "output.h"
 #include "serveroptions.h"
 
-#include "../../host/nodestore/nodestore.h"
 #include "common/yesno.h"
+#include "methods/sourcekind.h"
+#include "nodestore/nodestore.h"
 #include "wizard/headlessview.h"
 #include "wizard/importgrid.h"
 #include "wizard/wizardcontroller.h"
@@ -209,8 +210,8 @@ int methodRow(const ImportTypes &catalogue, const Options &options)
         if (WorkbookSuffixes.contains(suffix))
             return method.HasPanelList() && method.IncludePanel(u"SpreadsheetPanel"_s);
         if (AccessSuffixes.contains(suffix))
-            return method.Method().compare(u"IMPORTACCESS"_s, Qt::CaseInsensitive) == 0;
-        return method.Method().compare(u"IMPORTTEXT"_s, Qt::CaseInsensitive) == 0;
+            return sourceKind(method) == SourceKind::AccessDatabase;
+        return sourceKind(method) == SourceKind::TextFile;
     };
     for (const ImportType *method : catalogue) {
         if (method->Enabled() && wants(*method))
