@@ -4,9 +4,9 @@
 // same run. Set MGIMPORT8_CORPUS_DIR when the shared folder is not beside the project.
 #include "benchsupport.h"
 
-#include "wizard/access/accesssourcereader.h"
 #include "wizard/headlessview.h"
 #include "wizard/importgrid.h"
+#include "wizard/sources/accesssourcereader.h"
 
 #include <MGImport8/importtype.h>
 

@@ -6,7 +6,7 @@
 #include "wizard/importgrid.h"
 #include "wizard/qt/importgridmodel.h"
 #include "wizard/qt/importtableview.h"
-#include "wizard/texttable.h"
+#include "wizard/table/texttable.h"
 
 #include <benchmark/benchmark.h>
 

@@ -4,8 +4,8 @@
 #include "benchsupport.h"
 
 #include "wizard/importgrid.h"
-#include "wizard/podarray.h"
-#include "wizard/textsource.h"
+#include "wizard/sources/textsource.h"
+#include "wizard/table/podarray.h"
 
 #include <benchmark/benchmark.h>
 

@@ -4,8 +4,8 @@
 // table must equal the plain reading (delete carriage returns, split lines on line feeds, cut
 // each line at every delimiter, unquote each field).
 #include "common/codepage.h"
-#include "wizard/textdecoder.h"
-#include "wizard/textsource.h"
+#include "wizard/sources/textdecoder.h"
+#include "wizard/sources/textsource.h"
 
 #include "plainreading.h"
 

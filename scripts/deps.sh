@@ -16,6 +16,8 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev clang-format
     # the Access benchmark's baseline (mdb-export)
     mdbtools
+    # the check of includes against the layers they link
+    python3
     # the workbook fuzzer writes its zip containers with zlib's checksum
     zlib1g-dev
 )

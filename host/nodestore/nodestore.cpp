@@ -1,6 +1,6 @@
 #include "nodestore.h"
 
-#include "common/ipaddress.h"
+#include "nodestore/addresstext.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -26,16 +26,6 @@ QString errorText(const QSqlError &error)
 }
 
 } // namespace
-
-QString canonicalIPAddress(const QString &text)
-{
-    if (!MGImport8::IsValidIPAddress(text))
-        return {};
-    QStringList parts;
-    for (QStringView part : QStringView(text).split(u'.'))
-        parts.append(QString::number(*MGImport8::toInteger16(part)));
-    return parts.join(u'.');
-}
 
 NodeStore::NodeStore()
     : m_connection(u"nodestore-"_s + QUuid::createUuid().toString(QUuid::WithoutBraces))

@@ -67,8 +67,4 @@ private:
     QString m_lastError;
 };
 
-/// The dotted form of an address that passes the import's IP check, with each part in plain
-/// decimal (" 10.+0.0.01" becomes "10.0.0.1"); empty when the text is no address.
-QString canonicalIPAddress(const QString &text);
-
 } // namespace NodeInventory

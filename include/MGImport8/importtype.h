@@ -12,7 +12,6 @@
 namespace MGImport8 {
 
 class CatalogueLoader;
-class LibraryAccess;
 
 /// Thrown by `ImportType::IncludePanel` when the method has no panel list at all (its file gave
 /// no PANELS attribute): there is nothing to walk, and such a method cannot be navigated. It is
@@ -87,7 +86,6 @@ public:
 
 private:
     friend class CatalogueLoader;
-    friend class LibraryAccess;
 
     struct Private;
     std::unique_ptr<Private> d;

@@ -8,6 +8,7 @@ namespace {
 
 const QString jetPrefix = u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source="_s;
 const QString jetProvider = u"Microsoft.Jet.OLEDB.4.0"_s;
+const QString jetProviderEntry = u"Provider=Microsoft.Jet.OLEDB.4.0;"_s;
 
 bool isBlank(QChar c)
 {
@@ -92,6 +93,16 @@ std::optional<QString> ConnectionString::value(const QString &key) const
 bool ConnectionString::isProvider(const QString &provider) const
 {
     return text(u"Provider"_s).compare(provider, Qt::CaseInsensitive) == 0;
+}
+
+QString jetConnectionString(const QString &file)
+{
+    return jetPrefix % file;
+}
+
+bool startsWithJetProvider(const QString &connectionString)
+{
+    return connectionString.startsWith(jetProviderEntry, Qt::CaseInsensitive);
 }
 
 std::optional<QString> jetDataSource(const QString &connectionString)

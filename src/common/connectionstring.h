@@ -36,6 +36,13 @@ private:
     QList<Entry> m_entries;
 };
 
+/// The connection string the wizard gives an Access database file: the Jet provider and the path.
+QString jetConnectionString(const QString &file);
+
+/// Whether a connection string starts by naming the Jet provider ("Provider=Microsoft.Jet.OLEDB.4.0;",
+/// without regard to case), which sends its tables to the Access reader.
+bool startsWithJetProvider(const QString &connectionString);
+
 /// The Access database file of a Jet connection string: everything after
 /// "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" when the string is exactly that prefix and a
 /// path (a path may hold semicolons and quotes), otherwise the "Data Source" of a string naming

@@ -1,6 +1,6 @@
 #include <MGImport8/engine.h>
 
-#include "common/libraryaccess.h"
+#include "engine/libraryaccess.h"
 #include "engine/wizardlauncher.h"
 
 #include <QStringBuilder>

@@ -1,7 +1,7 @@
 #include <MGImport8/importrow.h>
 
 #include "common/collectionkey.h"
-#include "common/libraryaccess.h"
+#include "engine/libraryaccess.h"
 
 namespace MGImport8 {
 

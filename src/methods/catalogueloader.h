@@ -1,7 +1,6 @@
 #pragma once
 
 #include <MGImport8/importtypes.h>
-#include <MGImport8/mgimport8_export.h>
 
 #include <QList>
 #include <QString>
@@ -15,7 +14,7 @@ namespace MGImport8 {
 
 /// Fills the import method catalogue from the method files. Internal to the library and its own
 /// tools (the header is not installed): hosts get a loaded catalogue through the wizard.
-class MGIMPORT8_EXPORT CatalogueLoader
+class CatalogueLoader
 {
 public:
     /// What happened to one method file, for administrators checking their files. The catalogue

@@ -1,6 +1,5 @@
 #include <MGImport8/importtype.h>
 
-#include "common/libraryaccess.h"
 #include "methods/importtype_p.h"
 
 using namespace Qt::StringLiterals;
@@ -108,16 +107,6 @@ bool ImportType::IncludePanel(const QString &PanelName) const
             return true;
     }
     return false;
-}
-
-std::shared_ptr<QObject> LibraryAccess::attachedObject(const ImportType &method)
-{
-    return method.d->attached;
-}
-
-void LibraryAccess::setAttachedObject(ImportType &method, std::shared_ptr<QObject> object)
-{
-    method.d->attached = std::move(object);
 }
 
 } // namespace MGImport8

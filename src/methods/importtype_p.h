@@ -26,8 +26,6 @@ struct ImportType::Private
     QString fieldMap;
     /// No list at all is not the same as an empty one: only the first makes IncludePanel fail.
     std::optional<QStringList> panels;
-    /// Whatever the wizard's source panels keep with the method for the run.
-    std::shared_ptr<QObject> attached;
 };
 
 } // namespace MGImport8

@@ -1,13 +1,6 @@
 #include "wizard/delimiterchoice.h"
 
-#include "common/commonfunctions.h"
-#include "wizard/importgrid.h"
-#include "wizard/textsource.h"
-#include "wizard/wizardview.h"
-
 #include <MGImport8/importtype.h>
-
-using namespace Qt::StringLiterals;
 
 namespace MGImport8::DelimiterChoice {
 
@@ -37,26 +30,6 @@ QString delimiterSet(const WizardState &state)
             set += tag;
     }
     return set;
-}
-
-bool readFile(const QString &path, const WizardState &state, bool onDelimiterPanel,
-              ImportGrid &grid, WizardView &view)
-{
-    grid.clear();
-    const QString set = delimiterSet(state);
-    if (set.isEmpty() && onDelimiterPanel) {
-        view.showMessage(u"Please select at least one delimiter"_s, MessageIcon::Exclamation, {});
-        return false;
-    }
-    auto table = readDelimitedText(path, set);
-    if (!table) {
-        view.showMessage(u"Cannot open '"_s % FileNameFromPath(path, false) % u"'\r\n"_s
-                             % table.error(),
-                         MessageIcon::None, {});
-        return false;
-    }
-    grid.setTable(table.take());
-    return true;
 }
 
 } // namespace MGImport8::DelimiterChoice

@@ -6,11 +6,9 @@
 
 namespace MGImport8 {
 
-class ImportGrid;
 class ImportType;
-class WizardView;
 
-/// The delimiter panel's check boxes and the reading of the text file with them.
+/// The delimiter panel's check boxes.
 namespace DelimiterChoice {
 
 /// The delimiter each box stands for, by index. Box 0's tab is given to it when the wizard opens;
@@ -30,13 +28,6 @@ void preset(ImportType &method, WizardState &state);
 
 /// The delimiter set: the tags of the checked boxes from 0 to 4, the "other" text for box 4.
 QString delimiterSet(const WizardState &state);
-
-/// Reads the text file into the grid with the current boxes, after clearing the grid. Shows
-/// "Please select at least one delimiter" when the set is empty and `onDelimiterPanel` (elsewhere
-/// an empty set makes each line one field), and the "Cannot open '...'" message when the file
-/// cannot be read. True when the grid was filled.
-bool readFile(const QString &path, const WizardState &state, bool onDelimiterPanel,
-              ImportGrid &grid, WizardView &view);
 
 } // namespace DelimiterChoice
 

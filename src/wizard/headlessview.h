@@ -2,8 +2,6 @@
 
 #include "wizard/wizardview.h"
 
-#include <MGImport8/mgimport8_export.h>
-
 #include <QElapsedTimer>
 #include <QList>
 #include <QString>
@@ -18,7 +16,7 @@ namespace MGImport8 {
 /// A view without a display, for the command line and the tests: messages are collected (and
 /// printed when a stream is given, each CR LF as a line break), the file dialog answers from a
 /// script, yielding processes pending events, and the rest is recorded.
-class MGIMPORT8_EXPORT HeadlessView : public WizardView
+class HeadlessView : public WizardView
 {
 public:
     struct Message

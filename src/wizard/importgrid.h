@@ -1,8 +1,6 @@
 #pragma once
 
-#include "wizard/texttable.h"
-
-#include <MGImport8/mgimport8_export.h>
+#include "wizard/table/texttable.h"
 
 #include <QString>
 
@@ -35,7 +33,7 @@ enum class CheckState : int { None = 0, Checked = 1, Unchecked = 2 };
 ///
 /// Edits never copy the source table: they live in overlays keyed by the row's and column's
 /// identity, so inserting the mapping row or moving a column costs nothing per cell.
-class MGIMPORT8_EXPORT ImportGrid
+class ImportGrid
 {
 public:
     /// What changed, for a view that mirrors the grid. `Structure` covers rows or columns added,

@@ -1,6 +1,6 @@
 #include "wizard/importrun.h"
 
-#include "common/libraryaccess.h"
+#include "engine/libraryaccess.h"
 #include "wizard/gridrules.h"
 #include "wizard/importgrid.h"
 #include "wizard/wizardstate.h"

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <MGImport8/mgimport8_export.h>
-
 #include <QString>
 
 namespace MGImport8 {
@@ -11,6 +9,6 @@ namespace MGImport8 {
 /// dialog wants "Text Files (*.txt *.csv)" entries joined by ";;". A caption's own "(...)" is
 /// replaced by the pair's patterns, "*.*" means every file, and a caption without patterns (an odd
 /// count of parts) stands for every file. An empty or blank pattern gives "All Files (*)".
-MGIMPORT8_EXPORT QString qtFileFilter(const QString &legacyPattern);
+QString qtFileFilter(const QString &legacyPattern);
 
 } // namespace MGImport8

@@ -1,12 +1,15 @@
 #include "wizard/wizardcontroller.h"
 
-#include "common/libraryaccess.h"
+#include "common/connectionstring.h"
+#include "engine/libraryaccess.h"
 #include "methods/catalogueloader.h"
 #include "wizard/columnmapping.h"
 #include "wizard/delimiterchoice.h"
 #include "wizard/gridrules.h"
 #include "wizard/importrun.h"
-#include "wizard/standardsourcereader.h"
+#include "wizard/sources/accesssourcereader.h"
+#include "wizard/sources/serversourcereader.h"
+#include "wizard/sources/workbooksourcereader.h"
 #include "wizard/wizardview.h"
 
 #include <MGImport8/engine.h>
@@ -65,7 +68,9 @@ WizardController::WizardController(Engine &engine, WizardView &view, QObject *pa
     , m_engine(engine)
     , m_view(view)
     , m_catalogue(std::make_unique<ImportTypes>())
-    , m_sources(std::make_unique<StandardSourceReader>(view))
+    , m_servers(std::make_unique<ServerSourceReader>(view))
+    , m_accessTables(std::make_unique<AccessSourceReader>(view))
+    , m_worksheets(std::make_unique<WorkbookSourceReader>(view))
 {
     m_state.nextCaption = nextCaption;
     m_state.cancelCaption = cancelCaption;
@@ -74,10 +79,19 @@ WizardController::WizardController(Engine &engine, WizardView &view, QObject *pa
 
 WizardController::~WizardController() = default;
 
-void WizardController::setSourceReader(std::unique_ptr<SourceReader> reader)
+void WizardController::setTableReader(std::unique_ptr<TableReader> reader)
 {
-    if (reader)
-        m_sources = std::move(reader);
+    m_tablesInstead = std::move(reader);
+}
+
+TableReader &WizardController::tableReader()
+{
+    if (m_tablesInstead)
+        return *m_tablesInstead;
+    // An Access database is named by its Jet connection string; every other string is a server's.
+    if (m_method && startsWithJetProvider(m_method->ConnectionString()))
+        return *m_accessTables;
+    return *m_servers;
 }
 
 void WizardController::notify()

@@ -2,10 +2,8 @@
 
 #include "wizard/importgrid.h"
 #include "wizard/optionslist.h"
-#include "wizard/sourcereader.h"
+#include "wizard/sources/sourcereader.h"
 #include "wizard/wizardstate.h"
-
-#include <MGImport8/mgimport8_export.h>
 
 #include <QList>
 #include <QObject>
@@ -16,9 +14,12 @@
 
 namespace MGImport8 {
 
+class AccessSourceReader;
 class Engine;
 class ImportType;
 class ImportTypes;
+class ServerSourceReader;
+class WorkbookSourceReader;
 class WizardView;
 
 /// The Import Wizard's logic, free of widgets: the run state, the panels and their entry and exit
@@ -26,7 +27,7 @@ class WizardView;
 /// test) forwards the user's actions to it and shows what `state()` and `grid()` hold whenever
 /// `WizardView::stateChanged` says they changed; messages, the file dialog, the hourglass and
 /// yielding go through the view.
-class MGIMPORT8_EXPORT WizardController : public QObject
+class WizardController : public QObject
 {
     Q_OBJECT
 
@@ -50,9 +51,9 @@ public:
     Engine &engine() const { return m_engine; }
     /// The method chosen in the method list, or nullptr.
     ImportType *chosenMethod() const { return m_method; }
-    /// Replaces the readers of database tables and workbooks (the default says they are not
-    /// available).
-    void setSourceReader(std::unique_ptr<SourceReader> reader);
+    /// Reads the tables of every database through `reader` instead of the Access and server
+    /// readers (a table source without a database file or server behind it).
+    void setTableReader(std::unique_ptr<TableReader> reader);
 
     // Method panel
     /// The method list's current row changed. With no row (-1) only the description is cleared;
@@ -151,11 +152,16 @@ private:
     void enterOptionsPanel();
     void runImport();
     QString chosenSourceName() const;
+    TableReader &tableReader();
 
     Engine &m_engine;
     WizardView &m_view;
     std::unique_ptr<ImportTypes> m_catalogue;
-    std::unique_ptr<SourceReader> m_sources;
+    /// The readers of the sources: servers (and their tables), Access tables, worksheets.
+    std::unique_ptr<ServerSourceReader> m_servers;
+    std::unique_ptr<AccessSourceReader> m_accessTables;
+    std::unique_ptr<WorkbookSourceReader> m_worksheets;
+    std::unique_ptr<TableReader> m_tablesInstead;
     ImportGrid m_grid;
     WizardState m_state;
     OptionsList m_options;

@@ -1,8 +1,12 @@
 #include "wizard/wizardcontroller.h"
 
 #include "common/commonfunctions.h"
+#include "common/connectionstring.h"
+#include "methods/sourcekind.h"
 #include "wizard/delimiterchoice.h"
-#include "wizard/sourcereader.h"
+#include "wizard/sources/serversourcereader.h"
+#include "wizard/sources/workbooksourcereader.h"
+#include "wizard/sources/textfilereader.h"
 #include "wizard/wizardview.h"
 
 #include <MGImport8/importtype.h>
@@ -15,10 +19,6 @@ using namespace Qt::StringLiterals;
 namespace MGImport8 {
 
 namespace {
-
-const QString accessConnectionPrefix = u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source="_s;
-const QString textMethod = u"IMPORTTEXT"_s;
-const QString accessMethod = u"IMPORTACCESS"_s;
 
 /// The worksheet list offers these names whatever the workbook holds.
 constexpr int WorksheetChoices = 11;
@@ -47,16 +47,16 @@ bool WizardController::exitFilePanel()
     if (!m_method)
         return false;
     m_method->setFilename(m_state.filename);
-    const QString method = m_method->Method().toUpper();
-    if (method == textMethod) {
+    const SourceKind kind = sourceKind(*m_method);
+    if (kind == SourceKind::TextFile) {
         DelimiterChoice::preset(*m_method, m_state);
         if (!readTextFile())
             return false;
         m_freshTextRead = textReadKey();
         return true;
     }
-    if (method == accessMethod) {
-        m_method->setConnectionString(accessConnectionPrefix % m_method->Filename());
+    if (kind == SourceKind::AccessDatabase) {
+        m_method->setConnectionString(jetConnectionString(m_method->Filename()));
         return readDatabaseSource();
     }
     return true;
@@ -67,7 +67,7 @@ bool WizardController::exitDatabasePanel()
     if (!m_method)
         return false;
     const std::optional<QString> connection
-        = m_sources->serverConnectionString(*m_method, serverLogin(), m_state.databaseName);
+        = m_servers->serverConnectionString(*m_method, serverLogin(), m_state.databaseName);
     if (!connection)
         return false;
     m_method->setConnectionString(*connection);
@@ -88,10 +88,10 @@ bool WizardController::readDatabaseSource()
         return false;
     if (!*tablePanel) {
         m_grid.clear();
-        return m_sources->readTable(*m_method, m_method->Table(), m_grid);
+        return tableReader().readTable(*m_method, m_method->Table(), m_grid);
     }
     QStringList tables;
-    const bool listed = m_sources->listTables(*m_method, tables);
+    const bool listed = tableReader().listTables(*m_method, tables);
     m_state.databaseTables = tables;
     m_state.databaseTable.clear();
     return listed;
@@ -107,7 +107,7 @@ void WizardController::enterTablePanel()
     m_grid.clear();
     if (m_method) {
         QStringList tables;
-        m_sources->listTables(*m_method, tables);
+        tableReader().listTables(*m_method, tables);
         m_state.databaseTables = tables;
         m_state.databaseTable.clear();
     }
@@ -193,7 +193,7 @@ void WizardController::openServerList()
         return;
     }
     QStringList servers;
-    const bool discovered = m_sources->discoverServers(*m_method, servers,
+    const bool discovered = m_servers->discoverServers(*m_method, servers,
                                                        [this](const QString &text) {
                                                            setStatusMessage(text);
                                                        });
@@ -214,7 +214,7 @@ void WizardController::openDatabaseList()
     setStatusMessage(u"Discovering Databases on "_s % login.serverName % u" ..."_s);
     QStringList databases;
     QString error;
-    const bool listed = m_sources->listDatabases(*m_method, login, databases, error);
+    const bool listed = m_servers->listDatabases(*m_method, login, databases, error);
     setStatusMessage({});
     if (!listed) {
         QString text = u"Cannot list databases on SQL Server on "_s % login.serverName;
@@ -239,7 +239,7 @@ void WizardController::selectTable(const QString &table)
     if (m_method) {
         m_method->setTable(table);
         m_grid.clear();
-        m_sources->readTable(*m_method, table, m_grid);
+        tableReader().readTable(*m_method, table, m_grid);
     }
     notify();
 }
@@ -249,7 +249,7 @@ void WizardController::selectWorksheet(int index)
     m_state.currentWorksheet = index;
     if (m_method) {
         m_grid.clear();
-        m_sources->loadWorksheet(*m_method, index, m_grid);
+        m_worksheets->loadWorksheet(*m_method, index, m_grid);
     }
     notify();
 }
@@ -263,8 +263,8 @@ bool WizardController::readTextFile()
 {
     if (!m_method)
         return false;
-    return DelimiterChoice::readFile(m_method->Filename(), m_state,
-                                     m_state.currentPanel == Panel::DelimiterPanel, m_grid, m_view);
+    return TextFileReader::readFile(m_method->Filename(), DelimiterChoice::delimiterSet(m_state),
+                                    m_state.currentPanel == Panel::DelimiterPanel, m_grid, m_view);
 }
 
 void WizardController::enterDelimiterPanel(const QString &freshRead)

@@ -2,8 +2,6 @@
 
 #include "wizard/importgrid.h"
 
-#include <MGImport8/mgimport8_export.h>
-
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -30,7 +28,7 @@ enum class Panel {
 constexpr int PanelCount = 11;
 
 /// The panel's key as import methods name it ("MethodPanel"); panel pages carry it as their name.
-MGIMPORT8_EXPORT QString panelKey(Panel panel);
+QString panelKey(Panel panel);
 
 /// The delimiter check boxes: "&Tab", "Se&micolon", "&Comma", "&Space", "&Other:".
 constexpr int DelimiterBoxCount = 5;

@@ -1,6 +1,6 @@
 // Keyed collections (rows and options): 1-based positions, case-insensitive keys, add-or-update in
 // place, silent misses, removal and clearing, enumeration order.
-#include "common/libraryaccess.h"
+#include "engine/libraryaccess.h"
 
 #include <MGImport8/importoptions.h>
 #include <MGImport8/importrow.h>

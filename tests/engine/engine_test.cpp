@@ -1,7 +1,7 @@
 // Engine: defaults a host reads back, the member order hosts and scripts see through the
 // meta-object, the inverted StartWizard result, events reaching handlers with their by-reference
 // arguments, and the mapping choice list.
-#include "common/libraryaccess.h"
+#include "engine/libraryaccess.h"
 #include "engine/wizardlauncher.h"
 
 #include <MGImport8/engine.h>

@@ -4,6 +4,7 @@
 #include "nodeinventory/mainwindow.h"
 #include "nodeinventory/nodeimporter.h"
 #include "nodeinventory/nodetablemodel.h"
+#include "nodestore/addresstext.h"
 #include "testsupport.h"
 #include "wizard/headlessview.h"
 #include "wizard/wizardcontroller.h"
@@ -137,4 +138,29 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
+}
+
+// The store keeps an address in plain decimal, read by the same lenient rules as the wizard's IP
+// check, and refuses what that check refuses.
+TEST(NodeStoreAddress, CanonicalFormFollowsTheImportsAddressCheck)
+{
+    const struct
+    {
+        QString text;
+        QString canonical;
+    } cases[] = {
+        {u"10.0.0.1"_s, u"10.0.0.1"_s},
+        {u" 10.+0.0.01"_s, u"10.0.0.1"_s},
+        {u"&HA.&O10.2.5E1"_s, u"10.8.2.50"_s},
+        {u"10.0.0.2.5"_s, QString()},
+        {u"10.0.0.25E-1"_s, u"10.0.0.2"_s},
+        {u"10.0.0.35e-1"_s, u"10.0.0.4"_s},
+        {u"10.0.0.256"_s, QString()},
+        {u"10.0.0"_s, QString()},
+        {u"10..0.1"_s, QString()},
+        {u"10.0.0.-1"_s, QString()},
+        {QString(), QString()},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(canonicalIPAddress(c.text), c.canonical) << c.text.toStdString();
 }

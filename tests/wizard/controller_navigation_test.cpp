@@ -5,7 +5,7 @@
 #include "wizardfixture.h"
 
 #include "wizard/delimiterchoice.h"
-#include "wizard/sourcereader.h"
+#include "wizard/sources/sourcereader.h"
 
 #include <MGImport8/importtypes.h>
 
@@ -282,23 +282,9 @@ TEST_F(Navigation, SourcesThatCannotBeReadKeepTheWizardOnThePanel)
 
 // A stand-in for the Access reader, which does not exist yet: it serves one table of field names
 // and rows, as the real reader will.
-class TableSource : public SourceReader
+class TableSource : public TableReader
 {
 public:
-    bool discoverServers(const ImportType &, QStringList &,
-                         const std::function<void(const QString &)> &) override
-    {
-        return false;
-    }
-    bool listDatabases(const ImportType &, const ServerLogin &, QStringList &, QString &) override
-    {
-        return false;
-    }
-    std::optional<QString> serverConnectionString(const ImportType &, const ServerLogin &,
-                                                  const QString &) override
-    {
-        return QString();
-    }
     bool listTables(const ImportType &, QStringList &tables) override
     {
         tables = {u"Nodes"_s, u"Empty"_s};
@@ -319,12 +305,11 @@ public:
         grid.setRowTag(0, u"FieldHeader"_s);
         return true;
     }
-    bool loadWorksheet(const ImportType &, int, ImportGrid &) override { return false; }
 };
 
 TEST_F(Navigation, TablePanelNeedsADataRowAndTheFieldNamesAreNeverSelected)
 {
-    wizard->setSourceReader(std::make_unique<TableSource>());
+    wizard->setTableReader(std::make_unique<TableSource>());
     chooseMethod(u"Access"_s);
     view.setFileAnswer(u"/data/nodes.mdb"_s);
     wizard->next();

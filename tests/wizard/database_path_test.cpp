@@ -12,10 +12,10 @@
 
 #include "common/connectionstring.h"
 
-#include "wizard/serversourcereader.h"
+#include "wizard/sources/serversourcereader.h"
 
-#include "../discovery/ssrpresponder.h"
 #include "pgcluster.h"
+#include "ssrpresponder.h"
 
 #include <MGImport8/importrow.h>
 #include <MGImport8/importtypes.h>

@@ -5,7 +5,7 @@
 // Check states of a million rows cost about a byte each.
 // The observer hears of each change, once per batch inside beginUpdate()/endUpdate().
 #include "wizard/importgrid.h"
-#include "wizard/textsource.h"
+#include "wizard/sources/textsource.h"
 
 #include <gtest/gtest.h>
 

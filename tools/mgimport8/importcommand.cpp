@@ -3,8 +3,9 @@
 #include "output.h"
 #include "serveroptions.h"
 
-#include "../../host/nodestore/nodestore.h"
 #include "common/yesno.h"
+#include "methods/sourcekind.h"
+#include "nodestore/nodestore.h"
 #include "wizard/headlessview.h"
 #include "wizard/importgrid.h"
 #include "wizard/wizardcontroller.h"
@@ -77,6 +78,127 @@ QString unescapeDelimiters(const QString &text)
     return result;
 }
 
+// The import command's own options, declared in the order --help lists them.
+struct ImportOptionSet
+{
+    explicit ImportOptionSet(QCommandLineParser &parser)
+    {
+        parser.addOptions(
+            {columns, required, ipColumn, option, method, delimiters, map, rows, into, sheet});
+        parser.addOption(table);
+    }
+
+    const QCommandLineOption columns{u"columns"_s, u"Target columns (default Name,IP)."_s,
+                                     u"LIST"_s};
+    const QCommandLineOption required{u"required"_s, u"Required columns (default IP)."_s, u"LIST"_s};
+    const QCommandLineOption ipColumn{u"ip-column"_s,
+                                      u"Column that carries the IP address (default IP)."_s,
+                                      u"NAME"_s};
+    const QCommandLineOption option{u"option"_s, u"Adds an import option (repeatable)."_s,
+                                    u"NAME=yes|no"_s};
+    const QCommandLineOption
+        method{u"method"_s, u"Import method by name (default: chosen by the file's extension)."_s,
+               u"NAME"_s};
+    const QCommandLineOption
+        delimiters{u"delimiters"_s,
+                   u"Delimiter characters; \\t is a tab (default: the method's)."_s, u"TEXT"_s};
+    const QCommandLineOption map{u"map"_s,
+                                 u"Binds a source column (1-based number or header text) to a "
+                                 "target column (repeatable)."_s,
+                                 u"SOURCE=TARGET"_s};
+    const QCommandLineOption rows{u"rows"_s,
+                                  u"auto (rows with valid addresses) or all (default auto)."_s,
+                                  u"auto|all"_s, u"auto"_s};
+    const QCommandLineOption into{u"into"_s,
+                                  u"Imports into this node store (SQLite) instead of printing."_s,
+                                  u"FILE"_s};
+    const QCommandLineOption sheet{u"sheet"_s, u"Worksheet of a workbook, 1-based (default 1)."_s,
+                                   u"N"_s, u"1"_s};
+    const QCommandLineOption table{u"table"_s,
+                                   u"The database table to read, or a SELECT statement."_s,
+                                   u"NAME|QUERY"_s};
+};
+
+// Each NAME=VALUE of a repeatable option, split at the first or the last "="; nothing, after
+// saying so, when one has no name.
+std::optional<QList<std::pair<QString, QString>>> namedValues(const QStringList &values,
+                                                              bool lastEquals,
+                                                              const char *complaint)
+{
+    QList<std::pair<QString, QString>> pairs;
+    for (const QString &value : values) {
+        const qsizetype equals = lastEquals ? value.lastIndexOf(u'=') : value.indexOf(u'=');
+        if (equals <= 0) {
+            err() << "mgimport8 import: " << complaint << ", not '" << value << "'\n";
+            return std::nullopt;
+        }
+        pairs.append({value.left(equals), value.mid(equals + 1)});
+    }
+    return pairs;
+}
+
+// The source: one FILE, or a server with the server options.
+bool readSource(const QCommandLineParser &parser, const ServerOptionSet &serverOptions,
+                Options &result)
+{
+    if (serverOptions.serverGiven()) {
+        if (!parser.positionalArguments().isEmpty()) {
+            err() << "mgimport8 import: a FILE and --server cannot go together\n";
+            return false;
+        }
+        result.server = serverOptions.read(u"mgimport8 import"_s);
+        return result.server.has_value();
+    }
+    if (parser.positionalArguments().size() != 1) {
+        err() << "mgimport8 import: name exactly one FILE to import\n";
+        return false;
+    }
+    result.file = parser.positionalArguments().first();
+    return true;
+}
+
+// What the wizard is told on its panels: the host's columns and options, the method, the
+// delimiters, the column bindings, the rows, the worksheet and the table.
+bool readChoices(const QCommandLineParser &parser, const ImportOptionSet &set, Options &result)
+{
+    if (parser.isSet(set.columns))
+        result.columns = parser.value(set.columns);
+    if (parser.isSet(set.required))
+        result.required = parser.value(set.required);
+    if (parser.isSet(set.ipColumn))
+        result.ipColumn = parser.value(set.ipColumn);
+    const auto importOptions = namedValues(parser.values(set.option), false,
+                                           "--option wants NAME=yes|no");
+    if (!importOptions)
+        return false;
+    for (const auto &[name, value] : *importOptions)
+        result.importOptions.append({name, IsTrue(value)});
+    result.method = parser.value(set.method);
+    if (parser.isSet(set.delimiters))
+        result.delimiters = unescapeDelimiters(parser.value(set.delimiters));
+    const auto maps = namedValues(parser.values(set.map), true, "--map wants SOURCE=TARGET");
+    if (!maps)
+        return false;
+    result.maps = *maps;
+    const QString rowChoice = parser.value(set.rows);
+    if (rowChoice != "auto"_L1 && rowChoice != "all"_L1) {
+        err() << "mgimport8 import: --rows is auto or all, not '" << rowChoice << "'\n";
+        return false;
+    }
+    result.allRows = rowChoice == "all"_L1;
+    result.into = parser.value(set.into);
+    bool sheetNumber = false;
+    result.sheet = parser.value(set.sheet).toInt(&sheetNumber);
+    if (!sheetNumber || result.sheet < 1 || result.sheet > MaxSheetNumber) {
+        err() << "mgimport8 import: --sheet is a number from 1 to " << MaxSheetNumber << ", not '"
+              << parser.value(set.sheet) << "'\n";
+        return false;
+    }
+    if (parser.isSet(set.table))
+        result.table = parser.value(set.table);
+    return true;
+}
+
 std::optional<Options> parseOptions(const QStringList &arguments)
 {
     QCommandLineParser parser;
@@ -84,39 +206,7 @@ std::optional<Options> parseOptions(const QStringList &arguments)
         u"Imports FILE as the Import Wizard would, acting as a host: one JSON object per imported "
         "row on standard output, the summary on standard error."_s);
     parser.addHelpOption();
-    const QCommandLineOption columns(u"columns"_s, u"Target columns (default Name,IP)."_s,
-                                     u"LIST"_s);
-    const QCommandLineOption required(u"required"_s, u"Required columns (default IP)."_s, u"LIST"_s);
-    const QCommandLineOption ipColumn(u"ip-column"_s,
-                                      u"Column that carries the IP address (default IP)."_s,
-                                      u"NAME"_s);
-    const QCommandLineOption option(u"option"_s, u"Adds an import option (repeatable)."_s,
-                                    u"NAME=yes|no"_s);
-    const QCommandLineOption
-        method(u"method"_s, u"Import method by name (default: chosen by the file's extension)."_s,
-               u"NAME"_s);
-    const QCommandLineOption
-        delimiters(u"delimiters"_s,
-                   u"Delimiter characters; \\t is a tab (default: the method's)."_s, u"TEXT"_s);
-    const QCommandLineOption
-        map(u"map"_s,
-            u"Binds a source column (1-based number or header text) to a target "
-            "column (repeatable)."_s,
-            u"SOURCE=TARGET"_s);
-    const QCommandLineOption rows(u"rows"_s,
-                                  u"auto (rows with valid addresses) or all (default auto)."_s,
-                                  u"auto|all"_s, u"auto"_s);
-    const QCommandLineOption into(u"into"_s,
-                                  u"Imports into this node store (SQLite) instead of printing."_s,
-                                  u"FILE"_s);
-    const QCommandLineOption sheet(u"sheet"_s, u"Worksheet of a workbook, 1-based (default 1)."_s,
-                                   u"N"_s, u"1"_s);
-    parser.addOptions(
-        {columns, required, ipColumn, option, method, delimiters, map, rows, into, sheet});
-    const QCommandLineOption table(u"table"_s,
-                                   u"The database table to read, or a SELECT statement."_s,
-                                   u"NAME|QUERY"_s);
-    parser.addOption(table);
+    const ImportOptionSet set(parser);
     // Server imports read their table from --table too.
     const ServerOptionSet serverOptions(parser, true);
     parser.addPositionalArgument(u"FILE"_s, u"The file to import (or --server and the rest)."_s);
@@ -131,61 +221,8 @@ std::optional<Options> parseOptions(const QStringList &arguments)
         return Options{};
     }
     Options result;
-    if (serverOptions.serverGiven()) {
-        if (!parser.positionalArguments().isEmpty()) {
-            err() << "mgimport8 import: a FILE and --server cannot go together\n";
-            return std::nullopt;
-        }
-        result.server = serverOptions.read(u"mgimport8 import"_s);
-        if (!result.server)
-            return std::nullopt;
-    } else if (parser.positionalArguments().size() != 1) {
-        err() << "mgimport8 import: name exactly one FILE to import\n";
+    if (!readSource(parser, serverOptions, result) || !readChoices(parser, set, result))
         return std::nullopt;
-    } else {
-        result.file = parser.positionalArguments().first();
-    }
-    if (parser.isSet(columns))
-        result.columns = parser.value(columns);
-    if (parser.isSet(required))
-        result.required = parser.value(required);
-    if (parser.isSet(ipColumn))
-        result.ipColumn = parser.value(ipColumn);
-    for (const QString &value : parser.values(option)) {
-        const qsizetype equals = value.indexOf(u'=');
-        if (equals <= 0) {
-            err() << "mgimport8 import: --option wants NAME=yes|no, not '" << value << "'\n";
-            return std::nullopt;
-        }
-        result.importOptions.append({value.left(equals), IsTrue(value.mid(equals + 1))});
-    }
-    result.method = parser.value(method);
-    if (parser.isSet(delimiters))
-        result.delimiters = unescapeDelimiters(parser.value(delimiters));
-    for (const QString &value : parser.values(map)) {
-        const qsizetype equals = value.lastIndexOf(u'=');
-        if (equals <= 0) {
-            err() << "mgimport8 import: --map wants SOURCE=TARGET, not '" << value << "'\n";
-            return std::nullopt;
-        }
-        result.maps.append({value.left(equals), value.mid(equals + 1)});
-    }
-    const QString rowChoice = parser.value(rows);
-    if (rowChoice != "auto"_L1 && rowChoice != "all"_L1) {
-        err() << "mgimport8 import: --rows is auto or all, not '" << rowChoice << "'\n";
-        return std::nullopt;
-    }
-    result.allRows = rowChoice == "all"_L1;
-    result.into = parser.value(into);
-    bool sheetNumber = false;
-    result.sheet = parser.value(sheet).toInt(&sheetNumber);
-    if (!sheetNumber || result.sheet < 1 || result.sheet > MaxSheetNumber) {
-        err() << "mgimport8 import: --sheet is a number from 1 to " << MaxSheetNumber << ", not '"
-              << parser.value(sheet) << "'\n";
-        return std::nullopt;
-    }
-    if (parser.isSet(table))
-        result.table = parser.value(table);
     return result;
 }
 
@@ -209,8 +246,8 @@ int methodRow(const ImportTypes &catalogue, const Options &options)
         if (WorkbookSuffixes.contains(suffix))
             return method.HasPanelList() && method.IncludePanel(u"SpreadsheetPanel"_s);
         if (AccessSuffixes.contains(suffix))
-            return method.Method().compare(u"IMPORTACCESS"_s, Qt::CaseInsensitive) == 0;
-        return method.Method().compare(u"IMPORTTEXT"_s, Qt::CaseInsensitive) == 0;
+            return sourceKind(method) == SourceKind::AccessDatabase;
+        return sourceKind(method) == SourceKind::TextFile;
     };
     for (const ImportType *method : catalogue) {
         if (method->Enabled() && wants(*method))
@@ -306,6 +343,66 @@ void applyServer(WizardController &wizard, const ServerOptions &server)
         wizard.chosenMethod()->setTable(server.table);
 }
 
+// The wizard's panels walked as a user with these options would, up to the import panel. Nothing
+// when it got there; otherwise the status to leave with, the wizard's message printed already.
+std::optional<int> walkToImport(WizardController &wizard, const HeadlessView &view,
+                                const Engine &engine, const Options &options)
+{
+    bool delimitersDone = false;
+    bool mapsDone = false;
+    bool rowsDone = false;
+    bool serverDone = false;
+    bool tableDone = false;
+    while (wizard.state().currentPanel != Panel::ImportPanel) {
+        const Panel panel = wizard.state().currentPanel;
+        const qsizetype messagesBefore = view.messages().size();
+        if (panel == Panel::DatabasePanel && options.server && !serverDone) {
+            applyServer(wizard, *options.server);
+            serverDone = true;
+        } else if (panel == Panel::TablePanel && !tableDone) {
+            const std::optional<QString> table = options.server ? options.server->table
+                                                                : options.table;
+            if (!table) {
+                err() << "mgimport8 import: name the table to read with --table; the database has: "
+                      << wizard.state().databaseTables.join(u", "_s) << '\n';
+                return UsageError;
+            }
+            wizard.selectTable(*table);
+            tableDone = true;
+        } else if (panel == Panel::DelimiterPanel && options.delimiters && !delimitersDone) {
+            applyDelimiters(wizard, *options.delimiters);
+            delimitersDone = true;
+        } else if (panel == Panel::MapPanel && !mapsDone) {
+            if (!applyMaps(wizard, engine, options))
+                return UsageError;
+            mapsDone = true;
+        } else if (panel == Panel::PreviewPanel && options.allRows && !rowsDone) {
+            wizard.checkAll();
+            rowsDone = true;
+        }
+        if (view.messages().size() == messagesBefore)
+            wizard.next();
+        if (wizard.state().currentPanel == panel || view.messages().size() != messagesBefore) {
+            // The wizard stayed where it was: its message has been printed already.
+            if (view.messages().isEmpty())
+                return CheckFailed;
+            return view.messages().last().icon == MessageIcon::Exclamation ? CheckFailed
+                                                                           : InputUnreadable;
+        }
+    }
+    return std::nullopt;
+}
+
+// The engine as the host sets it up: its columns and the import options.
+void configureEngine(Engine &engine, const Options &options)
+{
+    engine.setColumns(options.columns);
+    engine.setRequiredColumns(options.required);
+    engine.setIPColumn(options.ipColumn);
+    for (const auto &[name, value] : options.importOptions)
+        engine.ImportOptions()->Add(name, name, value);
+}
+
 } // namespace
 
 int runImport(const QStringList &arguments)
@@ -318,11 +415,7 @@ int runImport(const QStringList &arguments)
         return Completed; // --help
 
     Engine engine;
-    engine.setColumns(options.columns);
-    engine.setRequiredColumns(options.required);
-    engine.setIPColumn(options.ipColumn);
-    for (const auto &[name, value] : options.importOptions)
-        engine.ImportOptions()->Add(name, name, value);
+    configureEngine(engine, options);
 
     NodeInventory::NodeStore store;
     const bool intoStore = !options.into.isEmpty();
@@ -368,48 +461,8 @@ int runImport(const QStringList &arguments)
     if (!options.server)
         wizard.setFilename(options.file);
 
-    bool delimitersDone = false;
-    bool mapsDone = false;
-    bool rowsDone = false;
-    bool serverDone = false;
-    bool tableDone = false;
-    while (wizard.state().currentPanel != Panel::ImportPanel) {
-        const Panel panel = wizard.state().currentPanel;
-        const qsizetype messagesBefore = view.messages().size();
-        if (panel == Panel::DatabasePanel && options.server && !serverDone) {
-            applyServer(wizard, *options.server);
-            serverDone = true;
-        } else if (panel == Panel::TablePanel && !tableDone) {
-            const std::optional<QString> table = options.server ? options.server->table
-                                                                : options.table;
-            if (!table) {
-                err() << "mgimport8 import: name the table to read with --table; the database has: "
-                      << wizard.state().databaseTables.join(u", "_s) << '\n';
-                return UsageError;
-            }
-            wizard.selectTable(*table);
-            tableDone = true;
-        } else if (panel == Panel::DelimiterPanel && options.delimiters && !delimitersDone) {
-            applyDelimiters(wizard, *options.delimiters);
-            delimitersDone = true;
-        } else if (panel == Panel::MapPanel && !mapsDone) {
-            if (!applyMaps(wizard, engine, options))
-                return UsageError;
-            mapsDone = true;
-        } else if (panel == Panel::PreviewPanel && options.allRows && !rowsDone) {
-            wizard.checkAll();
-            rowsDone = true;
-        }
-        if (view.messages().size() == messagesBefore)
-            wizard.next();
-        if (wizard.state().currentPanel == panel || view.messages().size() != messagesBefore) {
-            // The wizard stayed where it was: its message has been printed already.
-            if (view.messages().isEmpty())
-                return CheckFailed;
-            return view.messages().last().icon == MessageIcon::Exclamation ? CheckFailed
-                                                                           : InputUnreadable;
-        }
-    }
+    if (const std::optional<int> stopped = walkToImport(wizard, view, engine, options))
+        return *stopped;
 
     if (wizard.result()) {
         // The import panel was reached but the run did not complete (a host handler failed).

@@ -4,7 +4,11 @@
 #include "output.h"
 #include "serverscommand.h"
 
+#include "common/componentfolder.h"
+
 #include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
@@ -25,6 +29,23 @@ QTextStream &err()
 namespace {
 
 constexpr int UsageError = 2;
+
+// The tool links the library's layers instead of loading the library, so it names the library's
+// folder itself: the method files and the program files folder are found from there, as they are
+// for a host. Installed, the folder is the library folder beside the program folder; in the build
+// tree, lib/ beside bin/.
+void useLibraryFolder()
+{
+    const QDir programFolder(QCoreApplication::applicationDirPath());
+    for (const char *relative :
+         {MGIMPORT8_INSTALLED_LIBRARY_FOLDER, MGIMPORT8_BUILD_LIBRARY_FOLDER}) {
+        const QFileInfo folder(programFolder.filePath(QString::fromUtf8(relative)));
+        if (folder.isDir()) {
+            MGImport8::setComponentFolder(folder.canonicalFilePath());
+            return;
+        }
+    }
+}
 
 void printUsage(QTextStream &stream)
 {
@@ -56,6 +77,7 @@ int main(int argc, char **argv)
     using namespace MGImport8::Tool;
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(u"mgimport8"_s);
+    useLibraryFolder();
 
     QStringList arguments = QCoreApplication::arguments();
     const QString command = arguments.value(1);

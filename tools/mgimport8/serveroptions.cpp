@@ -2,6 +2,8 @@
 
 #include "output.h"
 
+#include "methods/sourcekind.h"
+
 #include <QFile>
 
 using namespace Qt::StringLiterals;
@@ -19,7 +21,7 @@ constexpr qint64 MaxPasswordFileSize = 4096;
 
 QString ServerOptions::importMethod() const
 {
-    return serverType == postgresType ? u"IMPORTPOSTGRESQL"_s : u"IMPORTSQL"_s;
+    return methodName(serverType == postgresType ? SourceKind::PostgreSql : SourceKind::SqlServer);
 }
 
 ServerOptionSet::ServerOptionSet(QCommandLineParser &parser, bool withTable)

@@ -2,8 +2,6 @@
 
 #include "common/result.h"
 
-#include <MGImport8/mgimport8_export.h>
-
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -22,7 +20,7 @@ namespace MGImport8 {
 ///
 /// Element and attribute names are matched without regard to case; other elements are passed
 /// over. Blank names are left out.
-class MGIMPORT8_EXPORT RegisteredServers
+class RegisteredServers
 {
 public:
     struct Group

@@ -2,8 +2,6 @@
 
 #include "common/result.h"
 
-#include <MGImport8/mgimport8_export.h>
-
 #include <QStringList>
 
 #include <functional>
@@ -15,7 +13,7 @@ class ServerDiscovery;
 /// The servers a user may choose from: those that answered discovery on the network first, then
 /// the registered ones group by group, each name once (compared upper-cased), in the order first
 /// found.
-struct MGIMPORT8_EXPORT ServerChoice
+struct ServerChoice
 {
     QStringList servers;
     /// Why discovery could not run, empty when it ran (whether or not anything answered).

@@ -3,8 +3,6 @@
 #include "common/result.h"
 #include "sqladmin/discovery/ssrpreply.h"
 
-#include <MGImport8/mgimport8_export.h>
-
 #include <QHostAddress>
 #include <QList>
 #include <QStringList>
@@ -21,7 +19,7 @@ namespace MGImport8 {
 ///
 /// The environment variable MGIMPORT8_SSRP_TARGETS ("address:port" entries separated by commas)
 /// replaces the broadcast addresses, and MGIMPORT8_SSRP_WINDOW_MS the time replies are awaited.
-class MGIMPORT8_EXPORT ServerDiscovery
+class ServerDiscovery
 {
 public:
     struct Target

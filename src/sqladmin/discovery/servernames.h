@@ -1,7 +1,5 @@
 #pragma once
 
-#include <MGImport8/mgimport8_export.h>
-
 #include <QSet>
 #include <QStringList>
 
@@ -9,7 +7,7 @@ namespace MGImport8 {
 
 /// A list of server names that holds each name once, in the order first found; two names are
 /// the same when their upper-case forms are equal.
-class MGIMPORT8_EXPORT ServerNames
+class ServerNames
 {
 public:
     /// Adds `name` unless the list holds it already (or it is empty); true when it was added.

@@ -2,8 +2,6 @@
 
 #include "common/result.h"
 
-#include <MGImport8/mgimport8_export.h>
-
 #include <QByteArrayView>
 #include <QList>
 #include <QString>
@@ -31,7 +29,7 @@ struct SqlInstance
 /// little-endian 16-bit number, then one "ServerName;...;InstanceName;...;IsClustered;...;
 /// Version;...[;np;...][;tcp;...]...;;" record per instance. A reply that does not keep to that
 /// form, or that describes no instance, is refused with the reason; nothing of it is used.
-class MGIMPORT8_EXPORT SsrpReply
+class SsrpReply
 {
 public:
     /// The first byte of every reply.

@@ -2,8 +2,6 @@
 
 #include "wizard/importgrid.h"
 
-#include <MGImport8/mgimport8_export.h>
-
 #include <QAbstractTableModel>
 #include <QColor>
 
@@ -14,7 +12,7 @@ namespace MGImport8 {
 /// Check cells answer `Qt::CheckStateRole`; colours, bold and font size come from the cell styles.
 /// The grid's change notices become resets (rows or columns changed) or `dataChanged` (cells).
 /// Editing goes through the wizard (the delegate), never through `setData`.
-class MGIMPORT8_EXPORT ImportGridModel : public QAbstractTableModel
+class ImportGridModel : public QAbstractTableModel
 {
     Q_OBJECT
 

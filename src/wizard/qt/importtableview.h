@@ -1,7 +1,5 @@
 #pragma once
 
-#include <MGImport8/mgimport8_export.h>
-
 #include <QTableView>
 
 namespace MGImport8 {
@@ -12,7 +10,7 @@ class ImportGridModel;
 /// row has the same fixed height except the mapping row, nothing is measured per row when a table
 /// arrives, and column widths come from a sample of rows. Clicks, typed characters and the
 /// selection range are handed on as signals; the wizard decides what they do.
-class MGIMPORT8_EXPORT ImportTableView : public QTableView
+class ImportTableView : public QTableView
 {
     Q_OBJECT
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <MGImport8/mgimport8_export.h>
-
 #include <QIcon>
 #include <QString>
 #include <QStringList>
@@ -11,7 +9,7 @@ namespace MGImport8 {
 /// The pictures of the method list, drawn here with QPainter: one per icon key an import method
 /// may name ("Access", "Text", "SQL", "Excel", "TRV", "Quell", "CfgLedger", "Tarn", "Cisco"). Keys
 /// compare without regard to case; an unknown or empty key gets a plain document.
-class MGIMPORT8_EXPORT MethodIcons
+class MethodIcons
 {
 public:
     /// Edge of the square pictures, in pixels.

@@ -2,8 +2,6 @@
 
 #include "wizard/wizardview.h"
 
-#include <MGImport8/mgimport8_export.h>
-
 #include <QDialog>
 #include <QElapsedTimer>
 
@@ -26,7 +24,7 @@ class WizardController;
 /// working grid under the pages, and the Back, Next and Cancel buttons. It holds no wizard logic:
 /// it shows what the controller publishes and hands it every user action; message boxes, the file
 /// dialog, the wait cursor and yielding are its side of `WizardView`.
-class MGIMPORT8_EXPORT WizardForm : public QDialog, public WizardView
+class WizardForm : public QDialog, public WizardView
 {
     Q_OBJECT
 

@@ -1,6 +1,5 @@
 #include "wizard/qt/wizardlauncher.h"
 
-#include "engine/wizardlauncher.h"
 #include "wizard/qt/wizardform.h"
 
 #include <MGImport8/engine.h>
@@ -28,15 +27,5 @@ bool launchQtWizard(Engine &engine, QObject *parent)
     delete form.data();
     return result;
 }
-
-namespace {
-
-// The library installs its wizard when it is loaded.
-const bool installed = [] {
-    setWizardLauncher(&launchQtWizard);
-    return true;
-}();
-
-} // namespace
 
 } // namespace MGImport8

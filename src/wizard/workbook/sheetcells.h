@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wizard/texttable.h"
+#include "wizard/table/texttable.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "wizard/texttable.h"
+#include "wizard/table/texttable.h"
 #include "wizard/workbook/workbookerror.h"
-
-#include <MGImport8/mgimport8_export.h>
 
 #include <QByteArray>
 #include <QString>
@@ -22,7 +20,7 @@ struct SheetLoad
 
 /// The workbook formats, told apart by content rather than by name.
 enum class WorkbookFormat { Unknown, Zip, Ole2, OldBiff };
-MGIMPORT8_EXPORT WorkbookFormat sniffWorkbookFormat(QByteArrayView head);
+WorkbookFormat sniffWorkbookFormat(QByteArrayView head);
 
 /// Loads the sheet at `position` (from 0, in the workbook's own order of sheets, hidden and chart
 /// sheets included) of the workbook at `path`: .xlsx/.xlsm and .ods from their zip containers,
@@ -33,13 +31,13 @@ MGIMPORT8_EXPORT WorkbookFormat sniffWorkbookFormat(QByteArrayView head);
 /// does not exist or is in a form no reader here handles (binary .xlsb, encrypted
 /// workbooks, anything that is no workbook); the others for damaged files, sheets past the last,
 /// and limits.
-MGIMPORT8_EXPORT SheetLoad loadWorkbookSheet(const QString &path, int position);
+SheetLoad loadWorkbookSheet(const QString &path, int position);
 
 /// The same for a zip-based workbook (.xlsx, .ods) already in memory (fuzzing, tests).
-MGIMPORT8_EXPORT SheetLoad loadZipWorkbookSheet(QByteArray bytes, int position);
+SheetLoad loadZipWorkbookSheet(QByteArray bytes, int position);
 
 /// True when another program holds the file: an advisory lock on it, or an office lock file
 /// beside it.
-MGIMPORT8_EXPORT bool workbookInUse(const QString &path);
+bool workbookInUse(const QString &path);
 
 } // namespace MGImport8

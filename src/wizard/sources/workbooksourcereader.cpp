@@ -1,0 +1,58 @@
+#include "wizard/sources/workbooksourcereader.h"
+
+#include "common/commonfunctions.h"
+#include "wizard/importgrid.h"
+#include "wizard/wizardview.h"
+#include "wizard/workbook/sheetcells.h"
+#include "wizard/workbook/workbookreader.h"
+
+#include <MGImport8/importtype.h>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8 {
+
+const QString WorkbookMessageTitle = u"MGImport8"_s;
+
+bool WorkbookSourceReader::loadWorksheet(const ImportType &method, int sheet, ImportGrid &grid)
+{
+    grid.clear();
+    const QString name = FileNameFromPath(method.Filename(), false);
+    const SheetLoad load = loadWorkbookSheet(method.Filename(), sheet);
+    if (!load.error) {
+        grid.setTable(load.table);
+        return true;
+    }
+    const WorkbookError &error = *load.error;
+    switch (error.number) {
+    case WorkbookErrorNumber::FileInUse:
+        m_messages.showMessage(u"The file ["_s % name
+                                   % u"] is currently open by another application. Please close "
+                                     "the other application and try again."_s,
+                               MessageIcon::Critical, WorkbookMessageTitle);
+        break;
+    case WorkbookErrorNumber::ReaderMissing:
+        m_messages.showMessage(u"The file ["_s % name
+                                   % u"] cannot be found, or Excel is not currently installed. "
+                                     "Please correct the filename and try again, or install Excel "
+                                     "if needed."_s,
+                               MessageIcon::Critical, WorkbookMessageTitle);
+        break;
+    case WorkbookErrorNumber::GridTooLarge:
+        // The workbook was read, but its sheet does not fit the grid.
+        m_messages.showMessage(u"There was an error trying to load that worksheet, please select "
+                               "a different worksheet.\r\n\r\nError Information: "_s
+                                   % error.description,
+                               MessageIcon::Exclamation, WorkbookMessageTitle);
+        break;
+    default:
+        m_messages.showMessage(u"There was en error trying to import ["_s % name
+                                   % u"] in Excel\r\n\r\nAdditional information: "_s
+                                   % QString::number(error.number) % u" - "_s % error.description,
+                               MessageIcon::Critical, WorkbookMessageTitle);
+        break;
+    }
+    return false;
+}
+
+} // namespace MGImport8

@@ -1,0 +1,173 @@
+// The Access reader behind the wizard's table panel:
+// - the exact messages: opening for the table list (with its doubled quote and the folder as the
+//   server), opening for a read, a table that cannot be read, a table without records;
+// - the field-name row is tagged "FieldHeader" and stays when there are no records;
+// - a table text starting with "SELECT " in any case runs as a query; other texts read the table
+//   with the 5000-record limit;
+// - the whole wizard with the shipped Access method lists and reads a real database.
+#include "testsupport.h"
+#include "wizard/headlessview.h"
+#include "wizard/importgrid.h"
+#include "wizard/sources/accesssourcereader.h"
+#include "wizard/wizardcontroller.h"
+#include "wizard/wizardstate.h"
+
+#include <MGImport8/engine.h>
+
+#include <MGImport8/importtype.h>
+
+#include <QDir>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace MGImport8::Test {
+
+namespace {
+
+const QString jetPrefix = u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source="_s;
+
+class AccessReader : public ::testing::Test
+{
+protected:
+    void use(const QString &path) { method.setConnectionString(jetPrefix % path); }
+    QString only()
+    {
+        EXPECT_EQ(view.messages().size(), 1);
+        const QString text = view.messages().isEmpty() ? QString() : view.messages().first().text;
+        icon = view.messages().isEmpty() ? MessageIcon::None : view.messages().first().icon;
+        view.clearMessages();
+        return text;
+    }
+
+    HeadlessView view;
+    AccessSourceReader reader{view};
+    ImportType method;
+    ImportGrid grid;
+    MessageIcon icon = MessageIcon::None;
+};
+
+} // namespace
+
+TEST_F(AccessReader, failuresSayWhatAndWhere)
+{
+    TempFolder folder;
+    const QString notAccess = folder.write(u"nodes.mdb"_s, "name,ip\nsw1,10.0.0.1\n");
+    const QString native = QDir::toNativeSeparators(folder.path());
+    use(notAccess);
+    QStringList tables{u"stale"_s};
+    EXPECT_FALSE(reader.listTables(method, tables));
+    EXPECT_TRUE(tables.isEmpty());
+    EXPECT_EQ(only(), u"Cannot open 'nodes.mdb'' on '"_s % native
+                          % u"\r\nThe file is not an Access database."_s);
+    EXPECT_EQ(icon, MessageIcon::Exclamation);
+
+    EXPECT_FALSE(reader.readTable(method, u"Nodes"_s, grid));
+    EXPECT_EQ(only(), u"Cannot open 'nodes.mdb'\r\nThe file is not an Access database."_s);
+    EXPECT_EQ(icon, MessageIcon::None);
+
+    use(folder.path() % u"/missing.accdb"_s);
+    EXPECT_FALSE(reader.listTables(method, tables));
+    EXPECT_TRUE(only().startsWith(u"Cannot open 'missing.accdb'' on '"_s % native
+                                  % u"\r\nCould not find file '"_s));
+}
+
+TEST_F(AccessReader, readsTablesAndQueriesWithTheirHeader)
+{
+    MGIMPORT8_REQUIRE_CORPUS();
+    use(corpusDir() % u"/access/mdbtestdata/nwind.mdb"_s);
+
+    EXPECT_FALSE(reader.readTable(method, u"Kunden"_s, grid));
+    EXPECT_EQ(only(), u"Cannot open 'Kunden' table within 'nwind.mdb'\r\n"
+                      "The database has no table named 'Kunden'."_s);
+    EXPECT_EQ(icon, MessageIcon::None);
+
+    ASSERT_TRUE(reader.readTable(method, u"Shippers"_s, grid));
+    EXPECT_TRUE(view.messages().isEmpty());
+    EXPECT_EQ(grid.rowTag(0), u"FieldHeader"_s);
+    EXPECT_EQ(grid.text(0, 1), u"CompanyName"_s);
+    EXPECT_EQ(grid.rowCount(), 4);
+
+    // A query in lower case, with blanks around it, runs as it stands: no limit, no brackets.
+    ASSERT_TRUE(reader.readTable(method, u"  select * from [Order Details]  "_s, grid));
+    EXPECT_EQ(grid.rowCount(), 2155 + 1);
+    EXPECT_EQ(grid.rowTag(0), u"FieldHeader"_s);
+    ASSERT_TRUE(reader.readTable(method, u"SELECT TOP 7 * FROM Products"_s, grid));
+    EXPECT_EQ(grid.rowCount(), 8);
+
+    EXPECT_FALSE(reader.readTable(method, u"SELECT * FROM Nowhere"_s, grid));
+    EXPECT_TRUE(
+        only().startsWith(u"Cannot open 'SELECT * FROM Nowhere' table within 'nwind.mdb'\r\n"_s));
+    // "SELECTION" is a table name, not a query.
+    EXPECT_FALSE(reader.readTable(method, u"SELECTION"_s, grid));
+    EXPECT_TRUE(only().endsWith(u"The database has no table named 'SELECTION'."_s));
+
+    EXPECT_EQ(AccessSourceReader::statementFor(u"Order Details"_s),
+              u"Select TOP 5000 * From [Order Details]"_s);
+}
+
+TEST_F(AccessReader, emptyTableKeepsItsHeaderAndSaysSo)
+{
+    MGIMPORT8_REQUIRE_CORPUS();
+    use(corpusDir() % u"/access/jackcess/V2007/testV2007.accdb"_s);
+    EXPECT_TRUE(reader.readTable(method, u"Table2"_s, grid));
+    EXPECT_EQ(only(), u"There are no records in the 'Table2' table within 'testV2007.accdb'"_s);
+    EXPECT_EQ(icon, MessageIcon::Exclamation);
+    EXPECT_EQ(grid.rowCount(), 1);
+    EXPECT_EQ(grid.rowTag(0), u"FieldHeader"_s);
+}
+
+// The wizard with real Access methods: the file panel lists the tables (or, without a table
+// panel, reads the method's table at once); the table panel's check wants a record.
+TEST(AccessWizard, filePanelListsOrReadsAndTablePanelWantsRecords)
+{
+    MGIMPORT8_REQUIRE_CORPUS();
+    TempFolder folder;
+    folder.write(u"methods/access.ImportMethods"_s, R"(<ImportMethods>
+  <ImportMethod NAME="Access" METHOD="IMPORTACCESS" DISABLED="NO"
+    PANELS="MethodPanel,FilePanel,TablePanel,MapPanel,PreviewPanel,OptionsPanel,ImportPanel"/>
+  <ImportMethod NAME="Shippers" METHOD="IMPORTACCESS" DISABLED="NO" TABLE="Shippers"
+    PANELS="MethodPanel,FilePanel,MapPanel,PreviewPanel,OptionsPanel,ImportPanel"/>
+</ImportMethods>)");
+    const ScopedEnv methods("MGIMPORT8_METHODS_PATH", (folder.path() + u"/methods"_s).toUtf8());
+    Engine engine;
+    engine.setColumns(u"Name,IP"_s);
+    HeadlessView view;
+    auto open = [&](const QString &method, const QString &file) {
+        auto wizard = std::make_unique<WizardController>(engine, view);
+        wizard->start();
+        const QList<MethodListRow> &rows = wizard->state().methods;
+        for (int row = 0; row < rows.size(); ++row) {
+            if (rows.at(row).name == method)
+                wizard->selectMethodRow(row);
+        }
+        view.setFileAnswer(corpusDir() % u"/access/"_s % file);
+        wizard->next();
+        wizard->next();
+        return wizard;
+    };
+
+    auto listing = open(u"Access"_s, u"jackcess/V2010/testV2010.accdb"_s);
+    ASSERT_EQ(listing->state().currentPanel, Panel::TablePanel);
+    EXPECT_EQ(listing->state().databaseTables,
+              QStringList({u"Table1"_s, u"Table2"_s, u"Table3"_s, u"Table4"_s}));
+    EXPECT_EQ(listing->state().selectTableDescription,
+              u"Which table in 'testV2010.accdb' should we use ?"_s);
+    view.clearMessages();
+    listing->selectTable(u"Table2"_s);
+    listing->next();
+    EXPECT_EQ(listing->state().currentPanel, Panel::TablePanel);
+    ASSERT_EQ(view.messages().size(), 2);
+    EXPECT_EQ(view.messages().at(1).text, u"Please select a Database Table with data in it."_s);
+    listing->selectTable(u"Table1"_s);
+    listing->next();
+    EXPECT_EQ(listing->state().currentPanel, Panel::MapPanel);
+
+    auto direct = open(u"Shippers"_s, u"mdbtestdata/nwind.mdb"_s);
+    ASSERT_EQ(direct->state().currentPanel, Panel::MapPanel);
+    EXPECT_EQ(direct->grid().rowTag(1), u"FieldHeader"_s);
+    EXPECT_EQ(direct->grid().text(2, 1), u"Speedy Express"_s);
+}
+
+} // namespace MGImport8::Test
