@@ -302,24 +302,26 @@ TEST(Catalogue, ShippedMethodsAreUsableAndNavigable)
         for (const char16_t *needed : {u"MethodPanel", u"MapPanel", u"PreviewPanel", u"ImportPanel"})
             EXPECT_TRUE(m->IncludePanel(QString::fromUtf16(needed)));
     }
-    const auto *text = catalogue.Item(1);
-    EXPECT_EQ(text->Method(), u"IMPORTTEXT"_s);
-    EXPECT_EQ(text->Icon(), u"Text"_s);
-    EXPECT_EQ(text->Delimiter(), u","_s);
-    EXPECT_TRUE(text->IncludePanel(u"DelimiterPanel"_s));
-    EXPECT_EQ(text->Pattern(), u"Text Files (*.txt;*.csv)|*.txt;*.csv|All Files (*.*)|*.*"_s);
-    EXPECT_TRUE(catalogue.Item(u"Excel Spreadsheet"_s)->IncludePanel(u"SpreadsheetPanel"_s));
-    EXPECT_EQ(catalogue.Item(u"Excel Spreadsheet"_s)->Icon(), u"Excel"_s);
-    const auto *access = catalogue.Item(u"Access Database"_s);
-    EXPECT_EQ(access->Method(), u"IMPORTACCESS"_s);
-    EXPECT_EQ(access->Icon(), u"Access"_s);
-    EXPECT_TRUE(access->IncludePanel(u"TablePanel"_s));
-    const auto *sql = catalogue.Item(u"SQL Server Database"_s);
-    EXPECT_EQ(sql->Icon(), u"SQL"_s);
-    EXPECT_TRUE(sql->IncludePanel(u"DatabasePanel"_s));
-    EXPECT_TRUE(sql->IncludePanel(u"TablePanel"_s));
-    EXPECT_FALSE(sql->IncludePanel(u"FilePanel"_s));
-    const auto *postgres = catalogue.Item(u"PostgreSQL Database"_s);
-    EXPECT_EQ(postgres->Method(), u"IMPORTPOSTGRESQL"_s);
-    EXPECT_TRUE(postgres->IncludePanel(u"DatabasePanel"_s));
+    // Each shipped method reaches its source through its own panels.
+    const struct
+    {
+        const char16_t *name, *method, *icon, *panel, *absent;
+    } shipped[] = {
+        {u"Text File", u"IMPORTTEXT", u"Text", u"DelimiterPanel", u"TablePanel"},
+        {u"Excel Spreadsheet", u"IMPORTEXCEL", u"Excel", u"SpreadsheetPanel", u"DelimiterPanel"},
+        {u"Access Database", u"IMPORTACCESS", u"Access", u"TablePanel", u"DatabasePanel"},
+        {u"SQL Server Database", u"IMPORTSQL", u"SQL", u"DatabasePanel", u"FilePanel"},
+        {u"PostgreSQL Database", u"IMPORTPOSTGRESQL", u"SQL", u"DatabasePanel", u"FilePanel"},
+    };
+    for (const auto &m : shipped) {
+        const MGImport8::ImportType *found = catalogue.Item(QString::fromUtf16(m.name));
+        ASSERT_NE(found, nullptr) << QString::fromUtf16(m.name).toStdString();
+        EXPECT_EQ(found->Method(), QString::fromUtf16(m.method));
+        EXPECT_EQ(found->Icon(), QString::fromUtf16(m.icon));
+        EXPECT_TRUE(found->IncludePanel(QString::fromUtf16(m.panel)));
+        EXPECT_FALSE(found->IncludePanel(QString::fromUtf16(m.absent)));
+    }
+    EXPECT_EQ(catalogue.Item(1)->Delimiter(), u","_s);
+    EXPECT_EQ(catalogue.Item(1)->Pattern(),
+              u"Text Files (*.txt;*.csv)|*.txt;*.csv|All Files (*.*)|*.*"_s);
 }

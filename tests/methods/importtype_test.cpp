@@ -29,15 +29,6 @@ std::unique_ptr<ImportType> readMethod(const char *attributes, bool *named = nul
 
 } // namespace
 
-TEST(ImportType, NewRecordDefaults)
-{
-    ImportType method;
-    EXPECT_EQ(method.SelectFileTitle(), u"Select File"_s);
-    EXPECT_FALSE(method.Enabled());
-    EXPECT_FALSE(method.HasPanelList());
-    EXPECT_TRUE(method.Delimiter().isEmpty());
-}
-
 TEST(ImportType, AttributeNamesAreReadInAnyCase)
 {
     const auto method = readMethod(
@@ -129,19 +120,4 @@ TEST(ImportType, EmptyPanelListAnswersNoButMissingListThrows)
     } catch (const std::out_of_range &error) {
         EXPECT_STREQ(error.what(), "Subscript out of range");
     }
-}
-
-TEST(ImportType, SourceSettingsAreWritableAndUnchecked)
-{
-    ImportType method;
-    method.setFilename(u"  /data/nodes.mdb "_s);
-    method.setConnectionString(u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=x"_s);
-    method.setTable(u"SELECT * FROM Nodes"_s);
-    method.setDelimiter(QString());
-    method.setFieldMap(u"?"_s);
-    EXPECT_EQ(method.Filename(), u"  /data/nodes.mdb "_s);
-    EXPECT_EQ(method.property("ConnectionString").toString(),
-              u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=x"_s);
-    EXPECT_EQ(method.Table(), u"SELECT * FROM Nodes"_s);
-    EXPECT_FALSE(method.setProperty("Name", u"renamed"_s));
 }
