@@ -48,13 +48,13 @@ TEST(ImportType, AttributeNamesAreReadInAnyCase)
 
 TEST(ImportType, WithoutANameTheElementIsRefused)
 {
-    bool named = true;
-    readMethod(R"(METHOD="IMPORTTEXT" DISABLED="NO")", &named);
-    EXPECT_FALSE(named);
-    readMethod(R"(NAME="" DISABLED="NO")", &named);
-    EXPECT_FALSE(named);
-    readMethod(R"(NAME="x" name="")", &named); // the later attribute overwrites
-    EXPECT_FALSE(named);
+    // The last case: the later attribute overwrites the name.
+    for (const char *attributes : {R"(METHOD="IMPORTTEXT" DISABLED="NO")",
+                                   R"(NAME="" DISABLED="NO")", R"(NAME="x" name="")"}) {
+        bool named = true;
+        readMethod(attributes, &named);
+        EXPECT_FALSE(named) << attributes;
+    }
 }
 
 TEST(ImportType, DisabledIsReadAsAYesNoWord)
@@ -81,12 +81,16 @@ TEST(ImportType, DisabledIsReadAsAYesNoWord)
 
 TEST(ImportType, DelimiterWordsMapToCharactersInOrderAndAppend)
 {
-    EXPECT_EQ(readMethod(R"(NAME="m" Delimiter="Tab,Comma,Pipe")")->Delimiter(), u"\t,"_s);
-    EXPECT_EQ(readMethod(R"(NAME="m" DELIMITER="space,SEMICOLON,colon")")->Delimiter(), u" ;:"_s);
-    EXPECT_EQ(readMethod(R"(NAME="m" DELIMITER="COMMA, TAB")")->Delimiter(), u","_s);
-    EXPECT_EQ(readMethod(R"(NAME="m" DELIMITER="")")->Delimiter(), QString());
-    // Two attributes that upper-case alike both contribute.
-    EXPECT_EQ(readMethod(R"(NAME="m" DELIMITER="COMMA" delimiter="TAB")")->Delimiter(), u",\t"_s);
+    const std::pair<const char *, QString> cases[] = {
+        {R"(NAME="m" Delimiter="Tab,Comma,Pipe")", u"\t,"_s},
+        {R"(NAME="m" DELIMITER="space,SEMICOLON,colon")", u" ;:"_s},
+        {R"(NAME="m" DELIMITER="COMMA, TAB")", u","_s},
+        {R"(NAME="m" DELIMITER="")", QString()},
+        // Two attributes that upper-case alike both contribute.
+        {R"(NAME="m" DELIMITER="COMMA" delimiter="TAB")", u",\t"_s},
+    };
+    for (const auto &[attributes, delimiter] : cases)
+        EXPECT_EQ(readMethod(attributes)->Delimiter(), delimiter) << attributes;
 }
 
 TEST(ImportType, IncludePanelComparesWithoutCaseButWithBlanks)
