@@ -1,6 +1,5 @@
-// Engine: defaults a host reads back, the member order hosts and scripts see through the
-// meta-object, the inverted StartWizard result, events reaching handlers with their by-reference
-// arguments, and the mapping choice list.
+// Engine: the member order hosts and scripts see through the meta-object, the inverted StartWizard
+// result, events reaching handlers with their by-reference arguments, and the mapping choice list.
 #include "engine/libraryaccess.h"
 #include "engine/wizardlauncher.h"
 
@@ -48,38 +47,6 @@ struct LauncherScope
 
 } // namespace
 
-TEST(Engine, NewEngineHasTheDocumentedDefaults)
-{
-    Engine engine;
-    EXPECT_EQ(engine.Title(), u"Import Wizard"_s);
-    EXPECT_TRUE(engine.Description().startsWith(
-        u"This Import Wizard will assist you in importing Nodes."_s));
-    EXPECT_TRUE(
-        engine.Description().endsWith(u"Quellscan discovery database, or other databases."_s));
-    EXPECT_EQ(engine.ForeColorSel(), 16711680);
-    EXPECT_EQ(engine.BackColorSel(), 16763080);
-    EXPECT_TRUE(engine.RequiredColumns().isEmpty());
-    EXPECT_TRUE(engine.Columns().isEmpty());
-    EXPECT_TRUE(engine.IPColumn().isEmpty());
-    ASSERT_NE(engine.ImportOptions(), nullptr);
-    EXPECT_EQ(engine.ImportOptions()->Count(), 0);
-}
-
-TEST(Engine, PropertiesStoreWhateverTheHostWrites)
-{
-    Engine engine;
-    engine.setColumns(u"Name,,IP, Name"_s);
-    engine.setForeColorSel(-1);
-    engine.setTitle(QString());
-    EXPECT_EQ(engine.Columns(), u"Name,,IP, Name"_s);
-    EXPECT_EQ(engine.ForeColorSel(), -1);
-    EXPECT_TRUE(engine.Title().isEmpty());
-    // Through the meta-object as a script host would.
-    EXPECT_TRUE(engine.setProperty("IPColumn", u"Address"_s));
-    EXPECT_EQ(engine.IPColumn(), u"Address"_s);
-    EXPECT_FALSE(engine.setProperty("ImportOptions", QVariant())); // read-only
-}
-
 TEST(Engine, MetaObjectListsMembersInInterfaceOrder)
 {
     const QMetaObject &meta = Engine::staticMetaObject;
@@ -91,27 +58,17 @@ TEST(Engine, MetaObjectListsMembersInInterfaceOrder)
     EXPECT_EQ(methodSignatures(meta, QMetaMethod::Signal),
               (QStringList{u"NewRow(MGImport8::ImportRow*,QString&,bool&)"_s,
                            u"ImportComplete()"_s}));
-}
 
-TEST(Engine, ImportOptionsIsOneCollectionForTheEngineLifetime)
-{
+    // Hosts written against the older connect syntax name the signal without the private tag.
     Engine engine;
-    MGImport8::ImportOptions *first = engine.ImportOptions();
-    first->Add(u"Overwrite"_s, u"Overwrite existing nodes"_s);
-    MGImport8::ImportOptions *second = engine.property("ImportOptions")
-                                           .value<MGImport8::ImportOptions *>();
-    ASSERT_EQ(first, second);
-    EXPECT_EQ(second->Count(), 1);
-    EXPECT_EQ(second->Item(u"overwrite"_s)->Caption(), u"Overwrite existing nodes"_s);
-}
-
-TEST(Engine, ImportIsAPlaceholderThatReturnsFalse)
-{
-    Engine engine;
-    engine.setColumns(u"IP"_s);
-    EXPECT_FALSE(engine.Import(u"/tmp/nodes.csv"_s));
-    EXPECT_FALSE(engine.Import(QString()));
-    EXPECT_EQ(engine.Columns(), u"IP"_s);
+    QSignalSpy spy(&engine, SIGNAL(NewRow(MGImport8::ImportRow *, QString &, bool &)));
+    EXPECT_TRUE(spy.isValid());
+    // A script host reaches the one options collection an engine keeps for its lifetime.
+    engine.ImportOptions()->Add(u"Overwrite"_s, u"Overwrite existing nodes"_s);
+    auto *options = engine.property("ImportOptions").value<MGImport8::ImportOptions *>();
+    ASSERT_EQ(options, engine.ImportOptions());
+    EXPECT_EQ(options->Item(u"overwrite"_s)->Caption(), u"Overwrite existing nodes"_s);
+    EXPECT_FALSE(engine.setProperty("ImportOptions", QVariant())) << "read-only";
 }
 
 TEST(Engine, StartWizardWithoutAWizardReportsNoCompletedImport)
@@ -145,27 +102,6 @@ TEST(Engine, StartWizardReturnsTheWizardsResultAndEventsArriveBeforeItReturns)
     // False: the import completed, and the handler's status and skip reached the wizard.
     EXPECT_FALSE(engine.StartWizard());
     EXPECT_EQ(seen, (QStringList{u"10.0.0.1"_s, u"complete"_s}));
-}
-
-TEST(Engine, NewRowWithoutHandlersLeavesStatusAndSkipAlone)
-{
-    Engine engine;
-    MGImport8::ImportRow row;
-    QString status = u"untouched"_s;
-    bool skip = false;
-    LibraryAccess::FireNewRow(engine, &row, status, skip);
-    EXPECT_EQ(status, u"untouched"_s);
-    EXPECT_FALSE(skip);
-}
-
-TEST(Engine, StringBasedConnectionsSeeThePublicSignature)
-{
-    // Hosts written against the older connect syntax name the signal without the private tag.
-    Engine engine;
-    QObject receiver;
-    EXPECT_TRUE(QObject::connect(&engine, SIGNAL(ImportComplete()), &receiver, SLOT(deleteLater())));
-    QSignalSpy spy(&engine, SIGNAL(NewRow(MGImport8::ImportRow *, QString &, bool &)));
-    EXPECT_TRUE(spy.isValid());
 }
 
 TEST(Engine, ColumnChoicesStartWithIgnoreAndUseBars)

@@ -29,15 +29,6 @@ std::unique_ptr<ImportType> readMethod(const char *attributes, bool *named = nul
 
 } // namespace
 
-TEST(ImportType, NewRecordDefaults)
-{
-    ImportType method;
-    EXPECT_EQ(method.SelectFileTitle(), u"Select File"_s);
-    EXPECT_FALSE(method.Enabled());
-    EXPECT_FALSE(method.HasPanelList());
-    EXPECT_TRUE(method.Delimiter().isEmpty());
-}
-
 TEST(ImportType, AttributeNamesAreReadInAnyCase)
 {
     const auto method = readMethod(
@@ -57,13 +48,13 @@ TEST(ImportType, AttributeNamesAreReadInAnyCase)
 
 TEST(ImportType, WithoutANameTheElementIsRefused)
 {
-    bool named = true;
-    readMethod(R"(METHOD="IMPORTTEXT" DISABLED="NO")", &named);
-    EXPECT_FALSE(named);
-    readMethod(R"(NAME="" DISABLED="NO")", &named);
-    EXPECT_FALSE(named);
-    readMethod(R"(NAME="x" name="")", &named); // the later attribute overwrites
-    EXPECT_FALSE(named);
+    // The last case: the later attribute overwrites the name.
+    for (const char *attributes : {R"(METHOD="IMPORTTEXT" DISABLED="NO")",
+                                   R"(NAME="" DISABLED="NO")", R"(NAME="x" name="")"}) {
+        bool named = true;
+        readMethod(attributes, &named);
+        EXPECT_FALSE(named) << attributes;
+    }
 }
 
 TEST(ImportType, DisabledIsReadAsAYesNoWord)
@@ -90,12 +81,16 @@ TEST(ImportType, DisabledIsReadAsAYesNoWord)
 
 TEST(ImportType, DelimiterWordsMapToCharactersInOrderAndAppend)
 {
-    EXPECT_EQ(readMethod(R"(NAME="m" Delimiter="Tab,Comma,Pipe")")->Delimiter(), u"\t,"_s);
-    EXPECT_EQ(readMethod(R"(NAME="m" DELIMITER="space,SEMICOLON,colon")")->Delimiter(), u" ;:"_s);
-    EXPECT_EQ(readMethod(R"(NAME="m" DELIMITER="COMMA, TAB")")->Delimiter(), u","_s);
-    EXPECT_EQ(readMethod(R"(NAME="m" DELIMITER="")")->Delimiter(), QString());
-    // Two attributes that upper-case alike both contribute.
-    EXPECT_EQ(readMethod(R"(NAME="m" DELIMITER="COMMA" delimiter="TAB")")->Delimiter(), u",\t"_s);
+    const std::pair<const char *, QString> cases[] = {
+        {R"(NAME="m" Delimiter="Tab,Comma,Pipe")", u"\t,"_s},
+        {R"(NAME="m" DELIMITER="space,SEMICOLON,colon")", u" ;:"_s},
+        {R"(NAME="m" DELIMITER="COMMA, TAB")", u","_s},
+        {R"(NAME="m" DELIMITER="")", QString()},
+        // Two attributes that upper-case alike both contribute.
+        {R"(NAME="m" DELIMITER="COMMA" delimiter="TAB")", u",\t"_s},
+    };
+    for (const auto &[attributes, delimiter] : cases)
+        EXPECT_EQ(readMethod(attributes)->Delimiter(), delimiter) << attributes;
 }
 
 TEST(ImportType, IncludePanelComparesWithoutCaseButWithBlanks)
@@ -129,19 +124,4 @@ TEST(ImportType, EmptyPanelListAnswersNoButMissingListThrows)
     } catch (const std::out_of_range &error) {
         EXPECT_STREQ(error.what(), "Subscript out of range");
     }
-}
-
-TEST(ImportType, SourceSettingsAreWritableAndUnchecked)
-{
-    ImportType method;
-    method.setFilename(u"  /data/nodes.mdb "_s);
-    method.setConnectionString(u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=x"_s);
-    method.setTable(u"SELECT * FROM Nodes"_s);
-    method.setDelimiter(QString());
-    method.setFieldMap(u"?"_s);
-    EXPECT_EQ(method.Filename(), u"  /data/nodes.mdb "_s);
-    EXPECT_EQ(method.property("ConnectionString").toString(),
-              u"Provider=Microsoft.Jet.OLEDB.4.0;Data Source=x"_s);
-    EXPECT_EQ(method.Table(), u"SELECT * FROM Nodes"_s);
-    EXPECT_FALSE(method.setProperty("Name", u"renamed"_s));
 }

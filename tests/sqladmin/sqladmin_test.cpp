@@ -1,5 +1,5 @@
 // SQLAdmin without a server:
-// - a fresh object's state, and the properties in the member order hosts see;
+// - the server type's spellings, and the properties in the member order hosts see;
 // - BuildConnectionString to the character, for integrated, SQL and remembered database logins;
 // - the settings element: attribute names exact on saving, any case on reading, last one wins;
 // - TestDMO's decisions and command texts, FindDMODirectory's three places;
@@ -39,23 +39,14 @@ const QString tail
 
 } // namespace
 
-TEST(SQLAdmin, FreshStateAndMemberOrder)
+TEST(SQLAdmin, ServerTypeAndMemberOrder)
 {
     SQLAdmin admin;
-    EXPECT_TRUE(admin.UseIntegratedNTSecurity());
-    EXPECT_EQ(admin.ServerName(), QString());
-    EXPECT_EQ(admin.LoginName(), QString());
-    EXPECT_EQ(admin.LoginPassword(), QString());
-    EXPECT_FALSE(admin.Connected());
-    EXPECT_EQ(admin.LastError(), QString());
     EXPECT_EQ(admin.ServerType(), u"SQLServer"_s);
-    EXPECT_EQ(admin.SQlServerVersion(), QString());
-    EXPECT_EQ(admin.DefaultDataPath(), QString());
-    EXPECT_EQ(admin.GetDatabase(u"master"_s), nullptr);
     admin.setServerType(u"postgresql"_s);
     EXPECT_EQ(admin.ServerType(), u"PostgreSQL"_s);
     admin.setServerType(u"Oracle"_s);
-    EXPECT_EQ(admin.ServerType(), u"SQLServer"_s);
+    EXPECT_EQ(admin.ServerType(), u"SQLServer"_s) << "an unknown type falls back";
 
     const QMetaObject &meta = SQLAdmin::staticMetaObject;
     QStringList names;

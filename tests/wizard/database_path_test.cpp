@@ -68,9 +68,10 @@ protected:
         WizardFixture::SetUp();
     }
 
-    // Method panel to database panel, logged in as the test's login on `server`.
+    // Method panel to database panel, logged in as the test's login on `server`, with
+    // `database` chosen when one is given.
     void openDatabasePanel(const QString &method, const QString &server,
-                           const QString &pass = password)
+                           const QString &pass = password, const QString &database = {})
     {
         chooseMethod(method);
         wizard->next();
@@ -79,12 +80,8 @@ protected:
         wizard->setIntegratedSecurity(false);
         wizard->setLoginName(login);
         wizard->setLoginPassword(pass);
-    }
-
-    void expectNoPasswordShown()
-    {
-        for (const QString &text : messageTexts())
-            EXPECT_FALSE(text.contains(password)) << text.toStdString();
+        if (!database.isEmpty())
+            wizard->setDatabaseName(database);
     }
 };
 
@@ -139,14 +136,12 @@ TEST_F(DatabasePath, readsQueriesAsWrittenAndTablesUpToTheLimit)
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
     ASSERT_TRUE(prepare(cluster));
     // Without a table panel the method's own query is read when the database panel is left.
-    openDatabasePanel(u"Query"_s, cluster->tcpServerName());
-    wizard->setDatabaseName(u"Inventory"_s);
+    openDatabasePanel(u"Query"_s, cluster->tcpServerName(), password, u"Inventory"_s);
     wizard->next();
     ASSERT_EQ(panel(), Panel::MapPanel) << messageTexts().join(u'\n').toStdString();
 
     restart();
-    openDatabasePanel(u"PostgreSQL"_s, cluster->tcpServerName());
-    wizard->setDatabaseName(u"Inventory"_s);
+    openDatabasePanel(u"PostgreSQL"_s, cluster->tcpServerName(), password, u"Inventory"_s);
     wizard->next();
     ASSERT_EQ(panel(), Panel::TablePanel);
     wizard->selectTable(u"many"_s);
@@ -206,27 +201,24 @@ TEST_F(DatabasePath, reportsLoginAndServerFailuresWithoutThePassword)
         EXPECT_TRUE(wizard->state().statusMessage.isEmpty());
     }
 
-    // A database that is not there is found out when the panel is left.
-    restart();
-    openDatabasePanel(u"PostgreSQL"_s, cluster->tcpServerName());
-    wizard->setDatabaseName(u"Nowhere"_s);
-    wizard->next();
-    EXPECT_EQ(panel(), Panel::DatabasePanel);
-    const QString text = takeExclamation();
-    EXPECT_TRUE(
-        text.startsWith(u"Cannot open 'Nowhere'' on '"_s + cluster->tcpServerName() + u"\r\n"_s))
-        << text.toStdString();
-    expectNoPasswordShown();
-
-    restart();
-    openDatabasePanel(u"PostgreSQL"_s, cluster->tcpServerName());
-    wizard->setDatabaseName(u"Inventory;Data Source=elsewhere"_s);
-    wizard->next();
-    EXPECT_EQ(panel(), Panel::DatabasePanel);
-    EXPECT_EQ(takeExclamation(),
-              u"The database name 'Inventory;Data Source=elsewhere' cannot be used: quotes, "
-              "brackets, semicolons and control characters would change the meaning of the "
-              "statement or connection string it goes into."_s);
+    // A database that is not there, or a name that would change the connection string, is
+    // found out when the panel is left.
+    const std::pair<QString, QString> refused[] = {
+        {u"Nowhere"_s, u"Cannot open 'Nowhere'' on '"_s + cluster->tcpServerName() + u"\r\n"_s},
+        {u"Inventory;Data Source=elsewhere"_s,
+         u"The database name 'Inventory;Data Source=elsewhere' cannot be used: quotes, brackets, "
+         "semicolons and control characters would change the meaning of the statement or "
+         "connection string it goes into."_s},
+    };
+    for (const auto &[database, expectedStart] : refused) {
+        restart();
+        openDatabasePanel(u"PostgreSQL"_s, cluster->tcpServerName(), password, database);
+        wizard->next();
+        EXPECT_EQ(panel(), Panel::DatabasePanel);
+        const QString text = takeExclamation();
+        EXPECT_TRUE(text.startsWith(expectedStart)) << text.toStdString();
+        EXPECT_FALSE(text.contains(password));
+    }
 }
 
 TEST_F(DatabasePath, discoversNetworkThenRegisteredServersOnceEach)

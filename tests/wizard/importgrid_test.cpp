@@ -32,29 +32,14 @@ using Texts = std::vector<std::string>;
 
 } // namespace
 
-TEST(ImportGrid, ShowsTheTableAsRowsAndColumns)
-{
-    ImportGrid grid;
-    grid.setTable(sample());
-    ASSERT_EQ(grid.rowCount(), 4);
-    ASSERT_EQ(grid.columnCount(), 3);
-    EXPECT_EQ(rowTexts(grid, 0), (Texts{"Name", "IP", "Site"}));
-    EXPECT_EQ(rowTexts(grid, 1), (Texts{"sw1", "10.0.0.1", ""}));
-    EXPECT_EQ(rowTexts(grid, 3), (Texts{"", "", ""}));
-    EXPECT_EQ(grid.text(4, 0), QString());
-    EXPECT_EQ(grid.text(0, 3), QString());
-    EXPECT_EQ(grid.checkState(1, 0), CheckState::None);
-
-    grid.setText(1, 2, QStringLiteral("core"));
-    EXPECT_EQ(grid.text(1, 2), QStringLiteral("core"));
-    grid.setText(0, 0, QString());
-    EXPECT_EQ(grid.text(0, 0), QString());
-}
-
 TEST(ImportGrid, EditsFollowTheirRowsAndColumns)
 {
     ImportGrid grid;
     grid.setTable(sample());
+    ASSERT_EQ(grid.rowCount(), 4);
+    EXPECT_EQ(rowTexts(grid, 3), (Texts{"", "", ""})) << "short and empty lines fill up";
+    EXPECT_EQ(grid.text(4, 0), QString());
+    EXPECT_EQ(grid.text(0, 3), QString());
     grid.setRowTag(0, QStringLiteral("FieldHeader"));
     grid.setCheckState(2, 1, CheckState::Checked);
     grid.setColumnTag(2, QStringLiteral("Third"));

@@ -54,12 +54,13 @@ public:
     int stepsLeft() const { return int(m_steps.size()); }
     /// Set when the script ran out while the wizard stayed open: the driver cancelled it.
     bool stalled() const { return m_stalled; }
+    /// The wizard window while it is shown.
+    QWidget *wizardWindow() const;
 
 private:
     /// Closes whatever box or dialog is up; true when there was one.
     bool answerDialogs();
     void takeStep();
-    QWidget *wizardWindow() const;
 
     // Qt never fires a timer again while its own slot runs, and a step that opens a box runs a
     // nested event loop inside its slot: boxes are closed by a timer of their own.

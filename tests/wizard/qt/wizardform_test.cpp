@@ -11,7 +11,6 @@
 #include <MGImport8/importoption.h>
 #include <MGImport8/importoptions.h>
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -32,19 +31,7 @@ namespace {
 const QList<int> sampleAddressRows = {2, 3, 4, 5, 6, 7, 8, 10, 12, 14, 15, 16, 17, 18};
 const QString crlf = u"\r\n"_s;
 
-class WizardFormTest : public FormFixture
-{
-protected:
-    QWidget *wizardWindow()
-    {
-        const QWidgetList windows = QApplication::topLevelWidgets();
-        for (QWidget *window : windows) {
-            if (window->objectName() == u"WizardForm"_s && window->isVisible())
-                return window;
-        }
-        return nullptr;
-    }
-};
+using WizardFormTest = FormFixture;
 
 TEST_F(WizardFormTest, WholeTextImportDeliversTheTickedRowsAndEndsWithDone)
 {
@@ -291,7 +278,7 @@ TEST_F(WizardFormTest, CancelDuringTheImportStopsAtOnceAndTheWindowKeepsPainting
         status = u"Took "_s + rows.constLast().value(u"IP"_s);
         if (rows.size() == cancelAt) {
             paintsBeforeCancel = paints;
-            QWidget *form = wizardWindow();
+            QWidget *form = user.wizardWindow();
             ASSERT_NE(form, nullptr);
             click(*form, u"cmdCancel"_s);
         }
