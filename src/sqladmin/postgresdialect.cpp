@@ -27,6 +27,9 @@ QString createdColumn(bool withDates, const QString &kind, const QString &schema
            + u"' AND d.schema_name = "_s + schema + u" AND d.object_name = "_s + name + u")"_s;
 }
 
+// The role setting that stands for a login's default database.
+const QString defaultDatabaseSetting = u"mgimport8.default_database"_s;
+
 class PostgresDialect : public Dialect
 {
 public:
@@ -140,14 +143,20 @@ public:
     }
     QString loginsQuery() const override
     {
-        return u"SELECT rolname, 'SQL_LOGIN', false, '' FROM pg_roles WHERE rolcanlogin ORDER BY "
-               u"oid"_s;
+        return u"SELECT r.rolname, 'SQL_LOGIN', false, coalesce((SELECT substr(c, "
+               u"length('mgimport8.default_database=') + 1) FROM pg_db_role_setting s CROSS JOIN "
+               u"LATERAL unnest(s.setconfig) AS c WHERE s.setdatabase = 0 AND s.setrole = r.oid AND "
+               u"c LIKE 'mgimport8.default\\_database=%' LIMIT 1), '') FROM pg_roles r WHERE "
+               u"r.rolcanlogin ORDER BY r.oid"_s;
     }
-    // PostgreSQL has no users per database: the login roles that may connect to it stand in.
+    // PostgreSQL has no users per database: the login roles granted CONNECT on it by name (the
+    // owner's implicit grant included, the grant to PUBLIC not) stand in.
     QString usersQuery() const override
     {
-        return u"SELECT rolname, rolname FROM pg_roles WHERE rolcanlogin AND "
-               u"has_database_privilege(oid, current_database(), 'CONNECT') ORDER BY oid"_s;
+        return u"SELECT r.rolname, r.rolname FROM pg_roles r WHERE r.rolcanlogin AND EXISTS "
+               u"(SELECT 1 FROM pg_database d CROSS JOIN LATERAL aclexplode(coalesce(d.datacl, "
+               u"acldefault('d', d.datdba))) AS a WHERE d.datname = current_database() AND "
+               u"a.grantee = r.oid AND a.privilege_type = 'CONNECT') ORDER BY r.oid"_s;
     }
     QString rolesQuery() const override
     {
@@ -160,6 +169,49 @@ public:
         QString escaped = name;
         escaped.replace(u"\""_s, u"\"\""_s);
         return u'"' + escaped + u'"';
+    }
+    // The escape form reads backslashes the same whatever standard_conforming_strings says.
+    QString quoteLiteral(const QString &text) const override
+    {
+        QString escaped = text;
+        escaped.replace(u"\\"_s, u"\\\\"_s);
+        escaped.replace(u"'"_s, u"''"_s);
+        return u"E'"_s + escaped + u'\'';
+    }
+    QStringList createLoginStatements(const QString &login, const QString &password,
+                                      const QString &database) const override
+    {
+        return {u"CREATE ROLE "_s + quoteName(login) + u" LOGIN PASSWORD "_s
+                    + quoteLiteral(password),
+                setDefaultDatabaseStatement(login, database)};
+    }
+    QString setPasswordStatement(const QString &login, const QString &password) const override
+    {
+        return u"ALTER ROLE "_s + quoteName(login) + u" PASSWORD "_s + quoteLiteral(password);
+    }
+    // A login role has no default database; a setting of the role's own records which one it
+    // belongs to, so that the decision can be read back and repaired.
+    QString setDefaultDatabaseStatement(const QString &login,
+                                        const QString &database) const override
+    {
+        return u"ALTER ROLE "_s + quoteName(login) + u" SET "_s + defaultDatabaseSetting
+               + u" = "_s + quoteLiteral(database);
+    }
+    // A database user is a login role with CONNECT on the database.
+    QString dropUserStatement(const QString &database, const QString &user) const override
+    {
+        return u"REVOKE CONNECT ON DATABASE "_s + quoteName(database) + u" FROM "_s
+               + quoteName(user);
+    }
+    QString createUserStatement(const QString &database, const QString &,
+                                const QString &login) const override
+    {
+        return u"GRANT CONNECT ON DATABASE "_s + quoteName(database) + u" TO "_s
+               + quoteName(login);
+    }
+    QString addRoleMemberStatement(const QString &role, const QString &member) const override
+    {
+        return u"GRANT "_s + quoteName(role) + u" TO "_s + quoteName(member);
     }
 };
 
