@@ -196,8 +196,7 @@ QString dictionaryTableName(ServerKind kind, const ObjectName &table)
     return table.schema + u'.' + table.name;
 }
 
-Result<bool> writeDataDictionary(ManagedDatabase &database, ServerKind kind,
-                                 const QString &fileName)
+Result<bool> writeDataDictionary(ManagedDatabase &database, ServerKind kind, const QString &fileName)
 {
     pugi::xml_document document;
     pugi::xml_node databaseElement = appendElement(appendElement(document, "Dictionary"),
@@ -233,8 +232,7 @@ Result<bool> writeDataDictionary(ManagedDatabase &database, ServerKind kind,
 }
 
 Result<bool> updateDataDictionary(ManagedDatabase &database, ServerKind kind,
-                                  const QString &tableNames, const QString &fileName,
-                                  QString &log)
+                                  const QString &tableNames, const QString &fileName, QString &log)
 {
     const QStringList wanted = tableNames.split(u',');
     pugi::xml_document document;

@@ -38,7 +38,6 @@ Result<bool> writeDataDictionary(SqlAdmin::ManagedDatabase &database, SqlAdmin::
 /// appends a line per table and per added field to `log`. Existing entries are never changed. On
 /// failure the file is left as it was; `log` keeps the lines appended so far.
 Result<bool> updateDataDictionary(SqlAdmin::ManagedDatabase &database, SqlAdmin::ServerKind kind,
-                                  const QString &tableNames, const QString &fileName,
-                                  QString &log);
+                                  const QString &tableNames, const QString &fileName, QString &log);
 
 } // namespace MGImport8::DbStructure

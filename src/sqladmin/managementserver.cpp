@@ -164,12 +164,18 @@ Result<QList<LoginInfo>> ManagementServer::logins()
     return logins;
 }
 
+QStringList ManagementServer::passwordForms(const QString &password) const
+{
+    // A server's message may quote the statement, where the password stands as a literal.
+    return {password, m_dialect->quoteLiteral(password)};
+}
+
 Result<bool> ManagementServer::createLogin(const QString &login, const QString &password,
                                            const QString &database)
 {
     for (const QString &statement : m_dialect->createLoginStatements(login, password, database)) {
         if (Result<bool> done = executeImmediate(statement); !done)
-            return Error{scrubSecrets(done.error(), {password})};
+            return Error{scrubSecrets(done.error(), passwordForms(password))};
     }
     return true;
 }
@@ -178,7 +184,7 @@ Result<bool> ManagementServer::setLoginPassword(const QString &login, const QStr
 {
     Result<bool> done = executeImmediate(m_dialect->setPasswordStatement(login, password));
     if (!done)
-        return Error{scrubSecrets(done.error(), {password})};
+        return Error{scrubSecrets(done.error(), passwordForms(password))};
     return true;
 }
 

@@ -53,9 +53,11 @@ public:
     Result<QString> loginIdentity();
     Result<QStringList> databaseNames();
     Result<QList<LoginInfo>> logins();
+    /// The password as it stands and as a literal in a statement: the texts to take out of any
+    /// message that may quote it.
+    QStringList passwordForms(const QString &password) const;
     /// Creates a login with its password and default database. Errors never hold the password.
-    Result<bool> createLogin(const QString &login, const QString &password,
-                             const QString &database);
+    Result<bool> createLogin(const QString &login, const QString &password, const QString &database);
     /// Sets a login's password without the old one, as an administrator may.
     Result<bool> setLoginPassword(const QString &login, const QString &password);
     Result<bool> setDefaultDatabase(const QString &login, const QString &database);

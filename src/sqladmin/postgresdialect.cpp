@@ -145,7 +145,8 @@ public:
     {
         return u"SELECT r.rolname, 'SQL_LOGIN', false, coalesce((SELECT substr(c, "
                u"length('mgimport8.default_database=') + 1) FROM pg_db_role_setting s CROSS JOIN "
-               u"LATERAL unnest(s.setconfig) AS c WHERE s.setdatabase = 0 AND s.setrole = r.oid AND "
+               u"LATERAL unnest(s.setconfig) AS c WHERE s.setdatabase = 0 AND s.setrole = r.oid "
+               u"AND "
                u"c LIKE 'mgimport8.default\\_database=%' LIMIT 1), '') FROM pg_roles r WHERE "
                u"r.rolcanlogin ORDER BY r.oid"_s;
     }
@@ -191,11 +192,10 @@ public:
     }
     // A login role has no default database; a setting of the role's own records which one it
     // belongs to, so that the decision can be read back and repaired.
-    QString setDefaultDatabaseStatement(const QString &login,
-                                        const QString &database) const override
+    QString setDefaultDatabaseStatement(const QString &login, const QString &database) const override
     {
-        return u"ALTER ROLE "_s + quoteName(login) + u" SET "_s + defaultDatabaseSetting
-               + u" = "_s + quoteLiteral(database);
+        return u"ALTER ROLE "_s + quoteName(login) + u" SET "_s + defaultDatabaseSetting + u" = "_s
+               + quoteLiteral(database);
     }
     // A database user is a login role with CONNECT on the database.
     QString dropUserStatement(const QString &database, const QString &user) const override
@@ -206,8 +206,7 @@ public:
     QString createUserStatement(const QString &database, const QString &,
                                 const QString &login) const override
     {
-        return u"GRANT CONNECT ON DATABASE "_s + quoteName(database) + u" TO "_s
-               + quoteName(login);
+        return u"GRANT CONNECT ON DATABASE "_s + quoteName(database) + u" TO "_s + quoteName(login);
     }
     QString addRoleMemberStatement(const QString &role, const QString &member) const override
     {

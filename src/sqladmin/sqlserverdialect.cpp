@@ -143,8 +143,7 @@ public:
         return u"ALTER LOGIN "_s + quoteName(login) + u" WITH PASSWORD = "_s
                + quoteLiteral(password);
     }
-    QString setDefaultDatabaseStatement(const QString &login,
-                                        const QString &database) const override
+    QString setDefaultDatabaseStatement(const QString &login, const QString &database) const override
     {
         return u"ALTER LOGIN "_s + quoteName(login) + u" WITH DEFAULT_DATABASE = "_s
                + quoteName(database);

@@ -9,10 +9,10 @@
 
 #include "common/commonfunctions.h"
 #include "common/connectionstring.h"
+#include "sqladmin/admin/sqladmin_p.h"
 #include "sqladmin/connectiontranslator.h"
 #include "sqladmin/nameguard.h"
 #include "sqladmin/secrets.h"
-#include "sqladmin/admin/sqladmin_p.h"
 #include "testsupport.h"
 
 #include <QDir>

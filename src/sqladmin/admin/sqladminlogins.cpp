@@ -35,14 +35,15 @@ Result<ManagedDatabase *> exactDatabase(ManagementServer &server, const QString 
     return server.database(name);
 }
 
-/// Makes `member` a member of each of the account roles that the database has.
+/// Makes `member` a member of each of the account roles that the database has and that it is not
+/// a member of already (a second run sends nothing, and PostgreSQL has nothing to warn about).
 Result<bool> grantAccountRoles(ManagedDatabase &database, const QString &member)
 {
     Result<QList<RoleInfo>> roles = database.roles();
     if (!roles)
         return Error{roles.error()};
     for (const RoleInfo &role : std::as_const(roles.value())) {
-        if (!accountRoles.contains(role.name))
+        if (!accountRoles.contains(role.name) || role.members.contains(member))
             continue;
         if (Result<bool> added = database.addRoleMember(role.name, member); !added)
             return added;
@@ -154,7 +155,8 @@ bool SQLAdmin::ChangeUserPassword(const QString &LoginName, const QString &NewPa
 bool SQLAdmin::CreateUserID(const QString &Database, const QString &UserID, const QString &Password)
 {
     const auto errorExit = [this, &Password](const QString &error) {
-        d->lastError = scrubSecrets(error, {Password});
+        d->lastError = scrubSecrets(error, d->server ? d->server->passwordForms(Password)
+                                                     : QStringList{Password});
         return false;
     };
     if (!d->server)
