@@ -16,6 +16,7 @@ declare -A extra=([access]="${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/acce
 targets+=(ssrp)
 targets+=(connectionstring)
 targets+=(workbook xls)
+targets+=(dictionary)
 cmake --build "$build" --parallel "$(nproc)" --target "${targets[@]/%/_fuzz}"
 
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"

@@ -104,6 +104,10 @@ TEST(LoginsPostgres, CreateUserIDMakesAWorkingAccountWhateverItsName)
                         .contains(u"Password='"_s + password + u"'"_s));
         EXPECT_TRUE(tester.TestUserIDAndPassword(database, login, second))
             << tester.LastError().toStdString();
+        for (const SQLAdmin *used : {admin.get(), &tester}) {
+            EXPECT_FALSE(used->UpdateTrace().contains(password));
+            EXPECT_FALSE(used->LastError().contains(password));
+        }
     }
     EXPECT_EQ(ask(cluster, u"SELECT count(*) FROM pg_roles WHERE rolname = 'victim'"_s), u"1"_s);
 }
