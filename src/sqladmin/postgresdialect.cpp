@@ -1,5 +1,9 @@
 #include "sqladmin/dialect.h"
 
+#include <QCryptographicHash>
+#include <QMessageAuthenticationCode>
+#include <QRandomGenerator>
+
 using namespace Qt::StringLiterals;
 
 namespace MGImport8::SqlAdmin {
@@ -25,6 +29,50 @@ QString createdColumn(bool withDates, const QString &kind, const QString &schema
         return u"NULL::timestamptz"_s;
     return u"(SELECT d.created FROM mgimport8.object_created d WHERE d.kind = '"_s + kind
            + u"' AND d.schema_name = "_s + schema + u" AND d.object_name = "_s + name + u")"_s;
+}
+
+// The server's own parameters for stored SCRAM-SHA-256 secrets.
+constexpr int scramIterations = 4096;
+constexpr int scramSaltBytes = 16;
+
+QByteArray hmac(const QByteArray &key, const QByteArray &message)
+{
+    return QMessageAuthenticationCode::hash(message, key, QCryptographicHash::Sha256);
+}
+
+// PBKDF2 with HMAC-SHA-256, one block: the key is as long as the hash.
+QByteArray saltedPassword(const QByteArray &password, const QByteArray &salt)
+{
+    QByteArray u = hmac(password, salt + QByteArray("\0\0\0\1", 4));
+    QByteArray result = u;
+    for (int round = 1; round < scramIterations; ++round) {
+        u = hmac(password, u);
+        for (qsizetype at = 0; at < result.size(); ++at)
+            result[at] = char(result[at] ^ u[at]);
+    }
+    return result;
+}
+
+// The secret the server stores for a password, computed here so that the password itself never
+// travels in a statement, where the server would write it to its log with a failed statement.
+// Only for ASCII, which SASLprep leaves as it is on both sides; other passwords go as they are
+// and the server prepares them itself.
+QString scramSecret(const QString &password)
+{
+    for (const QChar c : password) {
+        if (c.unicode() == 0 || c.unicode() > 0x7f)
+            return {};
+    }
+    QByteArray salt(scramSaltBytes, Qt::Uninitialized);
+    QRandomGenerator::system()->fillRange(reinterpret_cast<quint32 *>(salt.data()),
+                                          scramSaltBytes / int(sizeof(quint32)));
+    const QByteArray salted = saltedPassword(password.toLatin1(), salt);
+    const QByteArray storedKey = QCryptographicHash::hash(hmac(salted, "Client Key"),
+                                                          QCryptographicHash::Sha256);
+    const QByteArray serverKey = hmac(salted, "Server Key");
+    return u"SCRAM-SHA-256$"_s + QString::number(scramIterations) + u':'
+           + QString::fromLatin1(salt.toBase64()) + u'$' + QString::fromLatin1(storedKey.toBase64())
+           + u':' + QString::fromLatin1(serverKey.toBase64());
 }
 
 // The role setting that stands for a login's default database.
@@ -183,12 +231,17 @@ public:
                                       const QString &database) const override
     {
         return {u"CREATE ROLE "_s + quoteName(login) + u" LOGIN PASSWORD "_s
-                    + quoteLiteral(password),
+                    + passwordLiteral(password),
                 setDefaultDatabaseStatement(login, database)};
     }
     QString setPasswordStatement(const QString &login, const QString &password) const override
     {
-        return u"ALTER ROLE "_s + quoteName(login) + u" PASSWORD "_s + quoteLiteral(password);
+        return u"ALTER ROLE "_s + quoteName(login) + u" PASSWORD "_s + passwordLiteral(password);
+    }
+    QString passwordLiteral(const QString &password) const
+    {
+        const QString secret = scramSecret(password);
+        return quoteLiteral(secret.isEmpty() ? password : secret);
     }
     // A login role has no default database; a setting of the role's own records which one it
     // belongs to, so that the decision can be read back and repaired.

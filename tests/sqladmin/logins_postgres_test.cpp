@@ -6,11 +6,13 @@
 // - TestUserIDAndPassword remembers the account whatever the outcome, and a wrong password fails
 //   with the server's reason, never the password;
 // - DoesAccountExist compares exactly, ignores PUBLIC's CONNECT, repairs default database and roles;
+// - an ASCII password is sent as its SCRAM secret, which then opens the database;
 // - ChangeUserPassword for an unknown login leaves LastError; a login without the rights to create
 //   roles gets the server's refusal and nothing is created.
 #include <MGImport8/sqladmin.h>
 
 #include "pgcluster.h"
+#include "sqladmin/dialect.h"
 
 #include <gtest/gtest.h>
 
@@ -166,6 +168,19 @@ TEST(LoginsPostgres, PasswordChangesAndRefusals)
     tester.setServerName(cluster->socketServerName());
     EXPECT_TRUE(tester.TestUserIDAndPassword(database, u"changed"_s, password))
         << tester.LastError().toStdString();
+
+    // An ASCII password travels as the secret the server stores, never as itself.
+    const QString ascii = u"Plain 'pw'; {x} \\ \"q\""_s;
+    const auto dialect = MGImport8::SqlAdmin::Dialect::create(
+        MGImport8::SqlAdmin::ServerKind::PostgreSql);
+    const QString statement = dialect->setPasswordStatement(u"changed"_s, ascii);
+    EXPECT_TRUE(statement.startsWith(u"ALTER ROLE \"changed\" PASSWORD E'SCRAM-SHA-256$4096:"_s));
+    EXPECT_FALSE(statement.contains(u"Plain"_s));
+    ASSERT_TRUE(admin->ChangeUserPassword(u"changed"_s, ascii));
+    EXPECT_TRUE(tester.TestUserIDAndPassword(database, u"changed"_s, ascii))
+        << tester.LastError().toStdString();
+    EXPECT_FALSE(tester.TestUserIDAndPassword(database, u"changed"_s, ascii + u" "_s));
+    ASSERT_TRUE(admin->ChangeUserPassword(u"changed"_s, password));
 
     // A login without the right to create roles is refused by the server, in its words.
     SQLAdmin plain;
