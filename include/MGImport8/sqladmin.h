@@ -90,6 +90,25 @@ public:
     /// Always false. The server is left running, with the reason in `LastError`: neither kind of
     /// server can be started again from a client, so none is ever stopped.
     Q_INVOKABLE bool RestartServer();
+    /// Whether `LoginName` has a user of the same name in `Database` (names compared exactly).
+    /// When it has, repairs the account: the login's default database becomes `Database`, the
+    /// user joins those of "db_datareader", "db_datawriter", "db_ddladmin" and "db_owner" that the
+    /// database has, and the login is remembered as the database user ID. A server error returns
+    /// false with its text in `LastError`; a missing login, database or user leaves `LastError`
+    /// as it was.
+    Q_INVOKABLE bool DoesAccountExist(const QString &Database, const QString &LoginName);
+    /// Remembers `UserID` and `Password` as the database account (whatever the outcome), then
+    /// tries to open `Database` on `ServerName` with them, by SQL authentication.
+    Q_INVOKABLE bool TestUserIDAndPassword(const QString &Database, const QString &UserID,
+                                           const QString &Password);
+    /// Sets the password of an existing login. False for an unknown login, with `LastError` left
+    /// as it was; false with the server's reason when the server refuses.
+    Q_INVOKABLE bool ChangeUserPassword(const QString &LoginName, const QString &NewPassword);
+    /// Creates the login (or overwrites an existing one's password), sets its default database,
+    /// drops and re-creates its user in `Database` and grants the four roles where they exist.
+    /// A failure part-way returns false and leaves the steps already done in place.
+    Q_INVOKABLE bool CreateUserID(const QString &Database, const QString &UserID,
+                                  const QString &Password);
     QString LastError() const;
     QString LoginName() const;
     void setLoginName(const QString &LoginName);
@@ -128,6 +147,15 @@ public:
     /// Opens a connection to `Database` on `Server` from `BuildConnectionString`; an empty
     /// handle, with the reason in `LastError`, when it cannot.
     DatabaseHandle DatabaseConnection(const QString &Server, const QString &Database);
+    /// Writes a fresh data dictionary template for every user table of `Database` to `FileName`,
+    /// replacing the file.
+    Q_INVOKABLE bool WriteDataDictionary(const QString &Database, const QString &FileName);
+    /// Adds to the data dictionary `FileName` the tables named in `TableNames` (comma-separated,
+    /// matched without regard to case) and their columns that it lacks, never changing existing
+    /// entries; appends one line per table and per added field to `Log`. On failure the file is
+    /// left as it was.
+    bool UpdateDataDictionary(const QString &Database, const QString &TableNames,
+                              const QString &FileName, QString &Log);
     /// The running log of structure maintenance, one line per step.
     QString UpdateTrace() const;
     /// "SQLServer" (the default) or "PostgreSQL"; any other text reads as "SQLServer". Takes
@@ -150,8 +178,6 @@ public:
     QString FindDMODirectory() const;
     /// Set when `TestDMO` found an older library and launched its registration.
     bool reRegistered() const;
-    /// The remembered database account that `BuildConnectionString` prefers when both are set.
-    void setDatabaseUser(const QString &userId, const QString &password);
 
     struct Private;
 

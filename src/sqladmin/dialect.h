@@ -71,6 +71,26 @@ public:
 
     /// The name quoted as the server quotes identifiers ([a]]b] or "a""b").
     virtual QString quoteName(const QString &name) const = 0;
+    /// The text as a string literal of the server, quotes (and on PostgreSQL backslashes) doubled,
+    /// so that nothing in it can end the literal early.
+    virtual QString quoteLiteral(const QString &text) const = 0;
+
+    // Logins, users and roles. The statements put names in as quoted identifiers and passwords as
+    // literals: DDL of this kind takes no parameters. They hold passwords, so callers never log
+    // them and take the password out of any error they pass on.
+
+    /// The statements that create a login with a password and a default database.
+    virtual QStringList createLoginStatements(const QString &login, const QString &password,
+                                              const QString &database) const = 0;
+    /// The statement that sets a login's password without knowing the old one.
+    virtual QString setPasswordStatement(const QString &login, const QString &password) const = 0;
+    virtual QString setDefaultDatabaseStatement(const QString &login,
+                                                const QString &database) const = 0;
+    /// In the database concerned: drop the user, create it for the login, make it a role member.
+    virtual QString dropUserStatement(const QString &database, const QString &user) const = 0;
+    virtual QString createUserStatement(const QString &database, const QString &user,
+                                        const QString &login) const = 0;
+    virtual QString addRoleMemberStatement(const QString &role, const QString &member) const = 0;
 };
 
 std::unique_ptr<Dialect> makeSqlServerDialect();

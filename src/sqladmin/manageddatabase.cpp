@@ -201,6 +201,21 @@ Result<QList<RoleInfo>> ManagedDatabase::roles()
     return roles;
 }
 
+Result<bool> ManagedDatabase::dropUser(const QString &user)
+{
+    return executeImmediate(m_server.dialect().dropUserStatement(m_name, user));
+}
+
+Result<bool> ManagedDatabase::createUser(const QString &user, const QString &login)
+{
+    return executeImmediate(m_server.dialect().createUserStatement(m_name, user, login));
+}
+
+Result<bool> ManagedDatabase::addRoleMember(const QString &role, const QString &member)
+{
+    return executeImmediate(m_server.dialect().addRoleMemberStatement(role, member));
+}
+
 Result<bool> ManagedDatabase::executeImmediate(const QString &batch)
 {
     Result<SqlSession *> open = session();

@@ -38,6 +38,12 @@ public:
     Result<QList<DatabaseUserInfo>> users();
     Result<QList<RoleInfo>> roles();
 
+    /// Drops the database user of that name; creates one for a login (named as the login);
+    /// makes a user (or login role) a member of a role.
+    Result<bool> dropUser(const QString &user);
+    Result<bool> createUser(const QString &user, const QString &login);
+    Result<bool> addRoleMember(const QString &role, const QString &member);
+
     /// Runs a batch as it stands.
     Result<bool> executeImmediate(const QString &batch);
     /// Runs the CREATE statement of a view (`kind` 'V') or a function ('F') and records when it

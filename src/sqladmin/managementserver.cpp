@@ -2,8 +2,11 @@
 
 #include "sqladmin/connectiontranslator.h"
 #include "sqladmin/manageddatabase.h"
+#include "sqladmin/secrets.h"
 
 #include <QSysInfo>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -148,6 +151,35 @@ Result<QList<LoginInfo>> ManagementServer::logins()
     return logins;
 }
 
+QStringList ManagementServer::passwordForms(const QString &password) const
+{
+    // A server's message may quote the statement, where the password stands as a literal.
+    return {password, m_dialect->quoteLiteral(password)};
+}
+
+Result<bool> ManagementServer::createLogin(const QString &login, const QString &password,
+                                           const QString &database)
+{
+    for (const QString &statement : m_dialect->createLoginStatements(login, password, database)) {
+        if (Result<bool> done = executeImmediate(statement); !done)
+            return Error{scrubSecrets(done.error(), passwordForms(password))};
+    }
+    return true;
+}
+
+Result<bool> ManagementServer::setLoginPassword(const QString &login, const QString &password)
+{
+    Result<bool> done = executeImmediate(m_dialect->setPasswordStatement(login, password));
+    if (!done)
+        return Error{scrubSecrets(done.error(), passwordForms(password))};
+    return true;
+}
+
+Result<bool> ManagementServer::setDefaultDatabase(const QString &login, const QString &database)
+{
+    return executeImmediate(m_dialect->setDefaultDatabaseStatement(login, database));
+}
+
 Result<QString> ManagementServer::dataFilePath()
 {
     return scalarText(m_dialect->dataFileQuery());
@@ -158,7 +190,11 @@ Result<ManagedDatabase *> ManagementServer::database(const QString &name)
     Result<QStringList> names = databaseNames();
     if (!names)
         return Error{names.error()};
-    for (const QString &existing : std::as_const(names.value())) {
+    // Servers that tell names by case may hold two that differ only in case.
+    QStringList candidates = names.value();
+    std::stable_partition(candidates.begin(), candidates.end(),
+                          [&name](const QString &existing) { return existing == name; });
+    for (const QString &existing : std::as_const(candidates)) {
         if (existing.compare(name, Qt::CaseInsensitive) != 0)
             continue;
         std::unique_ptr<ManagedDatabase> &slot = m_databases[existing];

@@ -51,11 +51,19 @@ public:
     Result<QString> loginIdentity();
     Result<QStringList> databaseNames();
     Result<QList<LoginInfo>> logins();
+    /// The password as it stands and as a literal in a statement: the texts to take out of any
+    /// message that may quote it.
+    QStringList passwordForms(const QString &password) const;
+    /// Creates a login with its password and default database. Errors never hold the password.
+    Result<bool> createLogin(const QString &login, const QString &password, const QString &database);
+    /// Sets a login's password without the old one, as an administrator may.
+    Result<bool> setLoginPassword(const QString &login, const QString &password);
+    Result<bool> setDefaultDatabase(const QString &login, const QString &database);
     /// The path of the master database's primary data file (a folder on PostgreSQL).
     Result<QString> dataFilePath();
 
-    /// The management object of a database of that name (compared without regard to case),
-    /// kept until the next connect or disconnect.
+    /// The management object of a database of that name (the exact spelling first, then
+    /// compared without regard to case), kept until the next connect or disconnect.
     Result<ManagedDatabase *> database(const QString &name);
     /// Runs a batch on the administration database as it stands.
     Result<bool> executeImmediate(const QString &batch);

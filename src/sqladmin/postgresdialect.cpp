@@ -1,5 +1,9 @@
 #include "sqladmin/dialect.h"
 
+#include <QCryptographicHash>
+#include <QMessageAuthenticationCode>
+#include <QRandomGenerator>
+
 using namespace Qt::StringLiterals;
 
 namespace MGImport8::SqlAdmin {
@@ -26,6 +30,53 @@ QString createdColumn(bool withDates, const QString &kind, const QString &schema
     return u"(SELECT d.created FROM mgimport8.object_created d WHERE d.kind = '"_s + kind
            + u"' AND d.schema_name = "_s + schema + u" AND d.object_name = "_s + name + u")"_s;
 }
+
+// The server's own parameters for stored SCRAM-SHA-256 secrets.
+constexpr int scramIterations = 4096;
+constexpr int scramSaltBytes = 16;
+
+QByteArray hmac(const QByteArray &key, const QByteArray &message)
+{
+    return QMessageAuthenticationCode::hash(message, key, QCryptographicHash::Sha256);
+}
+
+// PBKDF2 with HMAC-SHA-256, one block: the key is as long as the hash.
+QByteArray saltedPassword(const QByteArray &password, const QByteArray &salt)
+{
+    QByteArray u = hmac(password, salt + QByteArray("\0\0\0\1", 4));
+    QByteArray result = u;
+    for (int round = 1; round < scramIterations; ++round) {
+        u = hmac(password, u);
+        for (qsizetype at = 0; at < result.size(); ++at)
+            result[at] = char(result[at] ^ u[at]);
+    }
+    return result;
+}
+
+// The secret the server stores for a password, computed here so that the password itself never
+// travels in a statement, where the server would write it to its log with a failed statement.
+// Only for ASCII, which SASLprep leaves as it is on both sides; other passwords go as they are
+// and the server prepares them itself.
+QString scramSecret(const QString &password)
+{
+    for (const QChar c : password) {
+        if (c.unicode() == 0 || c.unicode() > 0x7f)
+            return {};
+    }
+    QByteArray salt(scramSaltBytes, Qt::Uninitialized);
+    QRandomGenerator::system()->fillRange(reinterpret_cast<quint32 *>(salt.data()),
+                                          scramSaltBytes / int(sizeof(quint32)));
+    const QByteArray salted = saltedPassword(password.toLatin1(), salt);
+    const QByteArray storedKey = QCryptographicHash::hash(hmac(salted, "Client Key"),
+                                                          QCryptographicHash::Sha256);
+    const QByteArray serverKey = hmac(salted, "Server Key");
+    return u"SCRAM-SHA-256$"_s + QString::number(scramIterations) + u':'
+           + QString::fromLatin1(salt.toBase64()) + u'$' + QString::fromLatin1(storedKey.toBase64())
+           + u':' + QString::fromLatin1(serverKey.toBase64());
+}
+
+// The role setting that stands for a login's default database.
+const QString defaultDatabaseSetting = u"mgimport8.default_database"_s;
 
 class PostgresDialect : public Dialect
 {
@@ -136,14 +187,21 @@ public:
     }
     QString loginsQuery() const override
     {
-        return u"SELECT rolname, 'SQL_LOGIN', false, '' FROM pg_roles WHERE rolcanlogin ORDER BY "
-               u"oid"_s;
+        return u"SELECT r.rolname, 'SQL_LOGIN', false, coalesce((SELECT substr(c, "
+               u"length('mgimport8.default_database=') + 1) FROM pg_db_role_setting s CROSS JOIN "
+               u"LATERAL unnest(s.setconfig) AS c WHERE s.setdatabase = 0 AND s.setrole = r.oid "
+               u"AND "
+               u"c LIKE 'mgimport8.default\\_database=%' LIMIT 1), '') FROM pg_roles r WHERE "
+               u"r.rolcanlogin ORDER BY r.oid"_s;
     }
-    // PostgreSQL has no users per database: the login roles that may connect to it stand in.
+    // PostgreSQL has no users per database: the login roles granted CONNECT on it by name (the
+    // owner's implicit grant included, the grant to PUBLIC not) stand in.
     QString usersQuery() const override
     {
-        return u"SELECT rolname, rolname FROM pg_roles WHERE rolcanlogin AND "
-               u"has_database_privilege(oid, current_database(), 'CONNECT') ORDER BY oid"_s;
+        return u"SELECT r.rolname, r.rolname FROM pg_roles r WHERE r.rolcanlogin AND EXISTS "
+               u"(SELECT 1 FROM pg_database d CROSS JOIN LATERAL aclexplode(coalesce(d.datacl, "
+               u"acldefault('d', d.datdba))) AS a WHERE d.datname = current_database() AND "
+               u"a.grantee = r.oid AND a.privilege_type = 'CONNECT') ORDER BY r.oid"_s;
     }
     QString rolesQuery() const override
     {
@@ -156,6 +214,52 @@ public:
         QString escaped = name;
         escaped.replace(u"\""_s, u"\"\""_s);
         return u'"' + escaped + u'"';
+    }
+    // The escape form reads backslashes the same whatever standard_conforming_strings says.
+    QString quoteLiteral(const QString &text) const override
+    {
+        QString escaped = text;
+        escaped.replace(u"\\"_s, u"\\\\"_s);
+        escaped.replace(u"'"_s, u"''"_s);
+        return u"E'"_s + escaped + u'\'';
+    }
+    QStringList createLoginStatements(const QString &login, const QString &password,
+                                      const QString &database) const override
+    {
+        return {u"CREATE ROLE "_s + quoteName(login) + u" LOGIN PASSWORD "_s
+                    + passwordLiteral(password),
+                setDefaultDatabaseStatement(login, database)};
+    }
+    QString setPasswordStatement(const QString &login, const QString &password) const override
+    {
+        return u"ALTER ROLE "_s + quoteName(login) + u" PASSWORD "_s + passwordLiteral(password);
+    }
+    QString passwordLiteral(const QString &password) const
+    {
+        const QString secret = scramSecret(password);
+        return quoteLiteral(secret.isEmpty() ? password : secret);
+    }
+    // A login role has no default database; a setting of the role's own records which one it
+    // belongs to, so that the decision can be read back and repaired.
+    QString setDefaultDatabaseStatement(const QString &login, const QString &database) const override
+    {
+        return u"ALTER ROLE "_s + quoteName(login) + u" SET "_s + defaultDatabaseSetting + u" = "_s
+               + quoteLiteral(database);
+    }
+    // A database user is a login role with CONNECT on the database.
+    QString dropUserStatement(const QString &database, const QString &user) const override
+    {
+        return u"REVOKE CONNECT ON DATABASE "_s + quoteName(database) + u" FROM "_s
+               + quoteName(user);
+    }
+    QString createUserStatement(const QString &database, const QString &,
+                                const QString &login) const override
+    {
+        return u"GRANT CONNECT ON DATABASE "_s + quoteName(database) + u" TO "_s + quoteName(login);
+    }
+    QString addRoleMemberStatement(const QString &role, const QString &member) const override
+    {
+        return u"GRANT "_s + quoteName(role) + u" TO "_s + quoteName(member);
     }
 };
 

@@ -125,6 +125,41 @@ public:
         escaped.replace(u"]"_s, u"]]"_s);
         return u'[' + escaped + u']';
     }
+    QString quoteLiteral(const QString &text) const override
+    {
+        QString escaped = text;
+        escaped.replace(u"'"_s, u"''"_s);
+        return u"N'"_s + escaped + u'\'';
+    }
+    QStringList createLoginStatements(const QString &login, const QString &password,
+                                      const QString &database) const override
+    {
+        return {u"CREATE LOGIN "_s + quoteName(login) + u" WITH PASSWORD = "_s
+                + quoteLiteral(password) + u", DEFAULT_DATABASE = "_s + quoteName(database)};
+    }
+    QString setPasswordStatement(const QString &login, const QString &password) const override
+    {
+        return u"ALTER LOGIN "_s + quoteName(login) + u" WITH PASSWORD = "_s
+               + quoteLiteral(password);
+    }
+    QString setDefaultDatabaseStatement(const QString &login, const QString &database) const override
+    {
+        return u"ALTER LOGIN "_s + quoteName(login) + u" WITH DEFAULT_DATABASE = "_s
+               + quoteName(database);
+    }
+    QString dropUserStatement(const QString &, const QString &user) const override
+    {
+        return u"DROP USER "_s + quoteName(user);
+    }
+    QString createUserStatement(const QString &, const QString &user,
+                                const QString &login) const override
+    {
+        return u"CREATE USER "_s + quoteName(user) + u" FOR LOGIN "_s + quoteName(login);
+    }
+    QString addRoleMemberStatement(const QString &role, const QString &member) const override
+    {
+        return u"ALTER ROLE "_s + quoteName(role) + u" ADD MEMBER "_s + quoteName(member);
+    }
 };
 
 } // namespace

@@ -9,10 +9,10 @@
 
 #include "common/commonfunctions.h"
 #include "common/connectionstring.h"
+#include "sqladmin/admin/sqladmin_p.h"
 #include "sqladmin/connectiontranslator.h"
 #include "sqladmin/nameguard.h"
 #include "sqladmin/secrets.h"
-#include "sqladmin/admin/sqladmin_p.h"
 #include "testsupport.h"
 
 #include <QDir>
@@ -75,12 +75,15 @@ TEST(SQLAdmin, BuildConnectionStringToTheCharacter)
                   + tail);
     // Both remembered values win over the login, whatever the security setting.
     admin.setUseIntegratedNTSecurity(true);
-    admin.setDatabaseUser(u"u"_s, u"p"_s);
+    // (The test fails: nothing listens on the socket folder, but the account is remembered.)
+    admin.setServerType(u"PostgreSQL"_s);
+    admin.setServerName(u"/nonexistent-socket-folder:1"_s);
+    EXPECT_FALSE(admin.TestUserIDAndPassword(u"D"_s, u"u"_s, u"p"_s));
     EXPECT_EQ(admin.BuildConnectionString(u"S"_s, u"D"_s),
               u"Provider=SQLOLEDB.1;User ID='u';Password='p';Persist Security Info=False;Initial "
               u"Catalog=D;Data Source=S"_s
                   + tail);
-    admin.setDatabaseUser(u"u"_s, QString());
+    EXPECT_FALSE(admin.TestUserIDAndPassword(u"D"_s, u"u"_s, QString()));
     EXPECT_TRUE(admin.BuildConnectionString(u"S"_s, u"D"_s)
                     .startsWith(u"Provider=SQLOLEDB.1;Integrated Security=SSPI;"_s));
 }

@@ -1,3 +1,4 @@
+#include "accountcommands.h"
 #include "databasescommand.h"
 #include "importcommand.h"
 #include "methodscommand.h"
@@ -59,6 +60,12 @@ void printUsage(QTextStream &stream)
               "                     The same from a table (or query) of a database server.\n"
               "  databases --server NAME [options]\n"
               "                     List the databases of a server.\n"
+              "  login exists|test|password|create --server NAME --database NAME --login NAME\n"
+              "        [--new-password-file FILE]\n"
+              "                     Check, test, set the password of, or create the account\n"
+              "                     the monitoring software uses for its database.\n"
+              "  dictionary write|update --server NAME --database NAME [--tables LIST] [--log]\n"
+              "        FILE         Write or update the data dictionary of a database.\n"
               "  methods [--json]   List the import methods as the Import Wizard loads them\n"
               "                     from the *.ImportMethods files beside the library and in\n"
               "                     the folders of MGIMPORT8_METHODS_PATH.\n"
@@ -91,6 +98,12 @@ int main(int argc, char **argv)
     } else if (command == "databases"_L1) {
         arguments.removeAt(1);
         status = runDatabases(arguments);
+    } else if (command == "login"_L1) {
+        arguments.removeAt(1);
+        status = runLogin(arguments);
+    } else if (command == "dictionary"_L1) {
+        arguments.removeAt(1);
+        status = runDictionary(arguments);
     } else if (command == "servers"_L1) {
         arguments.removeAt(1);
         status = runServers(arguments);

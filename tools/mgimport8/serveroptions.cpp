@@ -78,23 +78,30 @@ std::optional<ServerOptions> ServerOptionSet::read(const QString &command) const
         return std::nullopt;
     }
     if (!passwordFile.isEmpty()) {
-        QFile file(passwordFile);
-        if (!file.open(QIODevice::ReadOnly)) {
-            err() << command << ": cannot read the password file " << passwordFile << ": "
-                  << file.errorString() << '\n';
+        std::optional<QString> password = readPasswordFile(command, passwordFile);
+        if (!password)
             return std::nullopt;
-        }
-        if (file.size() > MaxPasswordFileSize) {
-            err() << command << ": the password file " << passwordFile
-                  << " is too large to hold a password\n";
-            return std::nullopt;
-        }
-        QByteArray line = file.readLine();
-        while (line.endsWith('\n') || line.endsWith('\r'))
-            line.chop(1);
-        options.password = QString::fromUtf8(line);
+        options.password = *password;
     }
     return options;
+}
+
+std::optional<QString> readPasswordFile(const QString &command, const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        err() << command << ": cannot read the password file " << path << ": " << file.errorString()
+              << '\n';
+        return std::nullopt;
+    }
+    if (file.size() > MaxPasswordFileSize) {
+        err() << command << ": the password file " << path << " is too large to hold a password\n";
+        return std::nullopt;
+    }
+    QByteArray line = file.readLine();
+    while (line.endsWith('\n') || line.endsWith('\r'))
+        line.chop(1);
+    return QString::fromUtf8(line);
 }
 
 } // namespace MGImport8::Tool

@@ -49,4 +49,8 @@ private:
     QCommandLineOption m_passwordFile;
 };
 
+/// The first line of the password file at `path`, without its line end; nothing after printing
+/// why it cannot be read, prefixed with `command`.
+std::optional<QString> readPasswordFile(const QString &command, const QString &path);
+
 } // namespace MGImport8::Tool

@@ -390,10 +390,4 @@ bool SQLAdmin::reRegistered() const
     return d->reRegistered;
 }
 
-void SQLAdmin::setDatabaseUser(const QString &userId, const QString &password)
-{
-    d->databaseUserId = userId;
-    d->databaseUserPassword = password;
-}
-
 } // namespace MGImport8
