@@ -84,9 +84,10 @@ Result<bool> save(pugi::xml_document &document, const QString &fileName)
     return true;
 }
 
-/// The dictionary as it stands, or an empty document when there is no file yet. A file that is
-/// there but cannot be read as XML is an error rather than a fresh start: saving over it would
-/// lose whatever a person had written in it.
+/// The dictionary as it stands, or an empty document when there is no file yet or the file
+/// cannot be read as XML: the update then starts afresh, as it always has. Whatever a person had
+/// written in such a file is first copied to FILE.unreadable beside it, so starting afresh loses
+/// nothing; when even the copy fails the update stops and the file stays as it was.
 Result<bool> load(pugi::xml_document &document, const QString &fileName)
 {
     QFile file(fileName);
@@ -103,8 +104,15 @@ Result<bool> load(pugi::xml_document &document, const QString &fileName)
                                                                size_t(bytes.size()),
                                                                pugi::parse_full);
     if (!parsed) {
-        return Error{QString::fromUtf8(parsed.description()) + u" at offset "_s
-                     + QString::number(parsed.offset)};
+        const QString reason = QString::fromUtf8(parsed.description()) + u" at offset "_s
+                               + QString::number(parsed.offset);
+        QSaveFile copy(fileName + u".unreadable"_s);
+        if (!copy.open(QIODevice::WriteOnly) || copy.write(bytes) != bytes.size()
+            || !copy.commit()) {
+            return Error{reason + u"; the file could not be kept aside before starting afresh: "_s
+                         + copy.errorString()};
+        }
+        document.reset();
     }
     return true;
 }

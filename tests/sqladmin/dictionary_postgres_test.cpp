@@ -209,12 +209,13 @@ TEST(DictionaryPostgres, ErrorExitLeavesTheFileAsItWas)
     EXPECT_TRUE(log.startsWith(u"    Updating Table: NODES"_s + crlf));
     EXPECT_EQ(contents(file), written);
 
-    // A file that is not XML is not started afresh over: it stays as it was.
+    // A file that is not XML starts afresh, its old bytes kept aside first.
     const QString broken = folder.write(u"broken.xml"_s, "<Dictionary><Tables>");
-    EXPECT_FALSE(admin->UpdateDataDictionary(u"dictionary"_s, u"NODES"_s, broken, log));
-    EXPECT_TEXT(admin->LastError(), u"Cannot create Data Dictionary Template ("_s + broken + u")"_s
-                                        + crlf + u"Start-end tags mismatch at offset 19"_s);
-    EXPECT_EQ(contents(broken), QByteArray("<Dictionary><Tables>"));
+    log.clear();
+    EXPECT_TRUE(admin->UpdateDataDictionary(u"dictionary"_s, u"NODES"_s, broken, log))
+        << admin->LastError().toStdString();
+    EXPECT_EQ(contents(broken + u".unreadable"_s), QByteArray("<Dictionary><Tables>"));
+    EXPECT_TRUE(contents(broken).contains("<Table Name=\"NODES\""));
     EXPECT_FALSE(admin->WriteDataDictionary(u"missing"_s, file));
     EXPECT_TEXT(admin->LastError(), prefix + u"Database 'missing' does not exist on the server."_s);
     EXPECT_EQ(contents(file), written);
