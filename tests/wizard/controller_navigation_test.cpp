@@ -285,12 +285,12 @@ TEST_F(Navigation, SourcesThatCannotBeReadKeepTheWizardOnThePanel)
 class TableSource : public TableReader
 {
 public:
-    bool listTables(const ImportType &, QStringList &tables) override
+    bool listTables(const SourceChoice &, QStringList &tables) override
     {
         tables = {u"Nodes"_s, u"Empty"_s};
         return true;
     }
-    bool readTable(const ImportType &, const QString &table, ImportGrid &grid) override
+    bool readTable(const SourceChoice &, const QString &table, ImportGrid &grid) override
     {
         TextTable::Builder builder;
         builder.addRow();
