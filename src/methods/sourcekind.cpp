@@ -38,11 +38,6 @@ SourceKind sourceKind(const ImportType &method)
     return sourceKind(method.Method());
 }
 
-bool readsPostgreSql(const ImportType &method)
-{
-    return sourceKind(method) == SourceKind::PostgreSql;
-}
-
 QString methodName(SourceKind kind)
 {
     for (const KindName &entry : kindNames) {

@@ -20,9 +20,6 @@ enum class SourceKind {
 SourceKind sourceKind(const QString &methodName);
 SourceKind sourceKind(const ImportType &method);
 
-/// Whether a server method's server is PostgreSQL; every other server method reads SQL Server.
-bool readsPostgreSql(const ImportType &method);
-
 /// The METHOD name of a kind; empty for `Other`.
 QString methodName(SourceKind kind);
 

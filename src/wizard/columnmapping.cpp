@@ -1,6 +1,6 @@
 #include "wizard/columnmapping.h"
 
-#include "wizard/cellscan.h"
+#include "wizard/cellscanner.h"
 #include "wizard/gridrules.h"
 #include "wizard/importgrid.h"
 

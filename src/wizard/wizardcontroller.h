@@ -68,13 +68,13 @@ public:
     /// Cancel (or Done after an import): stops a running import and closes the wizard.
     void cancel();
 
-    // File panel
+    // File panel (wizardfilepanel.cpp)
     /// The file dialog with the method's title and pattern; a chosen path goes into `Filename`.
     void selectFile();
     /// The `Filename` text box changed.
     void setFilename(const QString &filename);
 
-    // Database panel
+    // Database panel (wizarddatabasepanel.cpp)
     void setServerName(const QString &serverName);
     /// `radioNTSecurity` (true) or `radioSQLSecurity` (false) clicked.
     void setIntegratedSecurity(bool integrated);
@@ -86,7 +86,7 @@ public:
     void openDatabaseList();
     void setDatabaseName(const QString &databaseName);
 
-    // Table and spreadsheet panels
+    // Table and spreadsheet panels (wizardtablepanels.cpp)
     /// A table chosen in `DatabaseTable`: read it into the grid.
     void selectTable(const QString &table);
     /// A worksheet chosen in `Worksheet` (position from 0): load it into the grid.
@@ -95,7 +95,7 @@ public:
     /// otherwise). The command line starts on the sheet it was asked for.
     void setFirstWorksheet(int index) { m_firstWorksheet = index; }
 
-    // Delimiter panel: every change re-reads the file.
+    // Delimiter panel (wizarddelimiterpanel.cpp): every change re-reads the file.
     void setDelimiterChecked(int index, bool checked);
     void setOtherDelimiter(const QString &text);
     /// All boxes and the "other" text at once, with one re-read when anything changed.
@@ -131,28 +131,37 @@ private:
     void showExclamation(const QString &text);
     /// The chosen method's IncludePanel, or nothing after refusing a method without panel list.
     std::optional<bool> includes(Panel panel);
+    // Navigation, mapping, selection, options and the run (wizardcontroller.cpp)
     void selectPanel(Panel panel);
     void enterPanel();
     bool exitCheck();
+    void enterMapPanel();
+    void enterPreviewPanel();
+    void enterOptionsPanel();
+    void runImport();
+    TableReader &tableReader();
+
+    // File panel
     bool exitFilePanel();
+
+    // Database panel
     bool exitDatabasePanel();
     /// The database panel's choices of server and login.
     ServerLogin serverLogin() const;
     void setStatusMessage(const QString &text);
+
+    // Table and spreadsheet panels
     bool readDatabaseSource();
+    QString chosenSourceName() const;
+    void enterTablePanel();
+    void enterSpreadsheetPanel();
+
+    // Delimiter panel
     bool readTextFile();
     /// What a reading of the text file depends on: the file and the delimiter set.
     QString textReadKey() const;
     void enterDelimiterPanel(const QString &freshRead);
     void rereadTextFile();
-    void enterTablePanel();
-    void enterSpreadsheetPanel();
-    void enterMapPanel();
-    void enterPreviewPanel();
-    void enterOptionsPanel();
-    void runImport();
-    QString chosenSourceName() const;
-    TableReader &tableReader();
 
     Engine &m_engine;
     WizardView &m_view;

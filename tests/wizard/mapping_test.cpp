@@ -6,7 +6,7 @@
 #include "wizardfixture.h"
 
 #include "common/ipaddress.h"
-#include "wizard/cellscan.h"
+#include "wizard/cellscanner.h"
 
 using namespace Qt::StringLiterals;
 

@@ -34,9 +34,9 @@ private:
 };
 
 // The database file of the method's connection string; empty when it names none.
-QString databasePath(const ImportType &method)
+QString databasePath(const SourceChoice &source)
 {
-    return jetDataSource(method.ConnectionString()).value_or(QString());
+    return jetDataSource(source.connectionString).value_or(QString());
 }
 
 Result<std::unique_ptr<AccessDatabase>> openDatabase(const QString &path)
@@ -70,10 +70,10 @@ QString AccessSourceReader::statementFor(const QString &table)
     return u"Select TOP "_s % QString::number(TableRecordLimit) % u" * From ["_s % table % u"]"_s;
 }
 
-bool AccessSourceReader::listTables(const ImportType &method, QStringList &tables)
+bool AccessSourceReader::listTables(const SourceChoice &source, QStringList &tables)
 {
     tables.clear();
-    const QString path = databasePath(method);
+    const QString path = databasePath(source);
     const QString databaseName = FileNameFromPath(path, false);
     const Result<std::unique_ptr<AccessDatabase>> database = openDatabase(path);
     if (!database) {
@@ -86,10 +86,11 @@ bool AccessSourceReader::listTables(const ImportType &method, QStringList &table
     return true;
 }
 
-bool AccessSourceReader::readTable(const ImportType &method, const QString &table, ImportGrid &grid)
+bool AccessSourceReader::readTable(const SourceChoice &source, const QString &table,
+                                   ImportGrid &grid)
 {
     grid.clear();
-    const QString path = databasePath(method);
+    const QString path = databasePath(source);
     const QString sourceName = FileNameFromPath(path, false);
     const Result<std::unique_ptr<AccessDatabase>> database = openDatabase(path);
     if (!database) {

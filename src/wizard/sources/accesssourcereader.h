@@ -20,8 +20,8 @@ public:
 
     explicit AccessSourceReader(WizardView &view);
 
-    bool listTables(const ImportType &method, QStringList &tables) override;
-    bool readTable(const ImportType &method, const QString &table, ImportGrid &grid) override;
+    bool listTables(const SourceChoice &source, QStringList &tables) override;
+    bool readTable(const SourceChoice &source, const QString &table, ImportGrid &grid) override;
 
     /// The statement the table text stands for: a query as it is, otherwise the limited read of
     /// the table ("Select TOP 5000 * From [table]").

@@ -71,15 +71,15 @@ ServerSourceReader::ServerSourceReader(WizardView &view)
     : m_view(view)
 {}
 
-bool ServerSourceReader::isPostgres(const ImportType &method)
+bool ServerSourceReader::isPostgres(const SourceChoice &source)
 {
-    return readsPostgreSql(method);
+    return source.kind == SourceKind::PostgreSql;
 }
 
-void ServerSourceReader::configure(SQLAdmin &admin, const ImportType &method,
+void ServerSourceReader::configure(SQLAdmin &admin, const SourceChoice &source,
                                    const ServerLogin &login) const
 {
-    admin.setServerType(isPostgres(method) ? SQLAdmin::PostgreSqlType : SQLAdmin::SqlServerType);
+    admin.setServerType(isPostgres(source) ? SQLAdmin::PostgreSqlType : SQLAdmin::SqlServerType);
     admin.setServerName(login.serverName);
     admin.setUseIntegratedNTSecurity(login.integratedSecurity);
     if (!login.integratedSecurity) {
@@ -88,13 +88,13 @@ void ServerSourceReader::configure(SQLAdmin &admin, const ImportType &method,
     }
 }
 
-bool ServerSourceReader::discoverServers(const ImportType &method, QStringList &servers,
+bool ServerSourceReader::discoverServers(const SourceChoice &source, QStringList &servers,
                                          const std::function<void(const QString &)> &status)
 {
     servers.clear();
     // SQL Server Browsers answer for SQL Servers only; a PostgreSQL method offers the
     // registered servers.
-    ServerDiscovery discovery = isPostgres(method)
+    ServerDiscovery discovery = isPostgres(source)
                                     ? ServerDiscovery(QList<ServerDiscovery::Target>())
                                     : ServerDiscovery();
     status(u"Discovering SQL Servers on network ..."_s);
@@ -109,12 +109,12 @@ bool ServerSourceReader::discoverServers(const ImportType &method, QStringList &
     return true;
 }
 
-bool ServerSourceReader::listDatabases(const ImportType &method, const ServerLogin &login,
+bool ServerSourceReader::listDatabases(const SourceChoice &source, const ServerLogin &login,
                                        QStringList &databases, QString &error)
 {
     databases.clear();
     SQLAdmin admin;
-    configure(admin, method, login);
+    configure(admin, source, login);
     if (!admin.Connect(false)) {
         error = admin.LastError();
         return false;
@@ -124,7 +124,7 @@ bool ServerSourceReader::listDatabases(const ImportType &method, const ServerLog
     return true;
 }
 
-std::optional<QString> ServerSourceReader::serverConnectionString(const ImportType &method,
+std::optional<QString> ServerSourceReader::serverConnectionString(const SourceChoice &source,
                                                                   const ServerLogin &login,
                                                                   const QString &databaseName)
 {
@@ -141,7 +141,7 @@ std::optional<QString> ServerSourceReader::serverConnectionString(const ImportTy
         return std::nullopt;
     }
     SQLAdmin admin;
-    configure(admin, method, login);
+    configure(admin, source, login);
     m_builtConnection = admin.BuildConnectionString(login.serverName, databaseName);
     m_builtLogin = login;
     m_builtDatabase = databaseName;
@@ -151,13 +151,13 @@ std::optional<QString> ServerSourceReader::serverConnectionString(const ImportTy
 // The method's connection string names the server, the database and the login. The connection
 // is opened from the login itself rather than from the string again, whose format cannot carry
 // every password.
-bool ServerSourceReader::openMethodDatabase(const ImportType &method, DatabaseHandle &handle,
+bool ServerSourceReader::openMethodDatabase(const SourceChoice &source, DatabaseHandle &handle,
                                             QString &error, QString &server,
                                             QString &database) const
 {
     SqlAdmin::LoginSettings login = SqlAdmin::loginFromConnectionString(
-        ConnectionString::parse(method.ConnectionString()));
-    if (!m_builtConnection.isEmpty() && method.ConnectionString() == m_builtConnection) {
+        ConnectionString::parse(source.connectionString));
+    if (!m_builtConnection.isEmpty() && source.connectionString == m_builtConnection) {
         login.server = m_builtLogin.serverName;
         login.database = m_builtDatabase;
         login.integrated = m_builtLogin.integratedSecurity;
@@ -168,7 +168,7 @@ bool ServerSourceReader::openMethodDatabase(const ImportType &method, DatabaseHa
     database = login.database;
     login.loginTimeout = SqlAdmin::ManagementServer::loginTimeoutSeconds;
     login.commandTimeout = CommandTimeoutSeconds;
-    const Result<QString> name = SqlAdmin::openQtConnection(isPostgres(method)
+    const Result<QString> name = SqlAdmin::openQtConnection(isPostgres(source)
                                                                 ? SqlAdmin::ServerKind::PostgreSql
                                                                 : SqlAdmin::ServerKind::SqlServer,
                                                             login);
@@ -180,12 +180,12 @@ bool ServerSourceReader::openMethodDatabase(const ImportType &method, DatabaseHa
     return true;
 }
 
-bool ServerSourceReader::listTables(const ImportType &method, QStringList &tables)
+bool ServerSourceReader::listTables(const SourceChoice &source, QStringList &tables)
 {
     tables.clear();
     DatabaseHandle handle;
     QString error, server, database;
-    if (!openMethodDatabase(method, handle, error, server, database)) {
+    if (!openMethodDatabase(source, handle, error, server, database)) {
         m_view.showMessage(u"Cannot open '"_s + database + u"'"_s + u"' on '"_s + server + lineBreak
                                + error,
                            MessageIcon::Exclamation, {});
@@ -193,7 +193,7 @@ bool ServerSourceReader::listTables(const ImportType &method, QStringList &table
     }
     QSqlQuery query(handle.database());
     query.setForwardOnly(true);
-    if (!query.exec(isPostgres(method) ? postgresTables : sqlServerTables)) {
+    if (!query.exec(isPostgres(source) ? postgresTables : sqlServerTables)) {
         m_view.showMessage(u"Cannot access database schema of '"_s + database + u"'"_s + lineBreak
                                + errorText(query.lastError()),
                            MessageIcon::Exclamation, {});
@@ -204,7 +204,7 @@ bool ServerSourceReader::listTables(const ImportType &method, QStringList &table
     return true;
 }
 
-std::optional<QString> ServerSourceReader::tableStatement(const ImportType &method,
+std::optional<QString> ServerSourceReader::tableStatement(const SourceChoice &source,
                                                           const QString &table)
 {
     const QString text = table.trimmed();
@@ -214,16 +214,17 @@ std::optional<QString> ServerSourceReader::tableStatement(const ImportType &meth
         return text;
     if (!isSafeName(text))
         return std::nullopt;
-    if (isPostgres(method))
+    if (isPostgres(source))
         return u"Select * From \""_s + text + u"\" LIMIT "_s + QString::number(MaxTableRecords);
     return u"Select TOP "_s + QString::number(MaxTableRecords) + u" * From ["_s + text + u"]"_s;
 }
 
-bool ServerSourceReader::readTable(const ImportType &method, const QString &table, ImportGrid &grid)
+bool ServerSourceReader::readTable(const SourceChoice &choice, const QString &table,
+                                   ImportGrid &grid)
 {
     grid.clear();
-    const QString source = FileNameFromPath(method.Filename(), false);
-    const std::optional<QString> statement = tableStatement(method, table);
+    const QString source = FileNameFromPath(choice.filename, false);
+    const std::optional<QString> statement = tableStatement(choice, table);
     if (!statement) {
         m_view.showMessage(unsafeNameMessage(u"table name"_s, table.trimmed()),
                            MessageIcon::Exclamation, {});
@@ -231,7 +232,7 @@ bool ServerSourceReader::readTable(const ImportType &method, const QString &tabl
     }
     DatabaseHandle handle;
     QString error, server, database;
-    if (!openMethodDatabase(method, handle, error, server, database)) {
+    if (!openMethodDatabase(choice, handle, error, server, database)) {
         m_view.showMessage(u"Cannot open '"_s + source + u"'"_s + lineBreak + error,
                            MessageIcon::None, {});
         return false;

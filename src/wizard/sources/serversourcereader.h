@@ -20,26 +20,26 @@ public:
 
     explicit ServerSourceReader(WizardView &view);
 
-    bool discoverServers(const ImportType &method, QStringList &servers,
+    bool discoverServers(const SourceChoice &source, QStringList &servers,
                          const std::function<void(const QString &)> &status) override;
-    bool listDatabases(const ImportType &method, const ServerLogin &login, QStringList &databases,
+    bool listDatabases(const SourceChoice &source, const ServerLogin &login, QStringList &databases,
                        QString &error) override;
-    std::optional<QString> serverConnectionString(const ImportType &method,
+    std::optional<QString> serverConnectionString(const SourceChoice &source,
                                                   const ServerLogin &login,
                                                   const QString &databaseName) override;
-    bool listTables(const ImportType &method, QStringList &tables) override;
-    bool readTable(const ImportType &method, const QString &table, ImportGrid &grid) override;
+    bool listTables(const SourceChoice &source, QStringList &tables) override;
+    bool readTable(const SourceChoice &source, const QString &table, ImportGrid &grid) override;
 
     /// Whether the method reads a PostgreSQL server.
-    static bool isPostgres(const ImportType &method);
+    static bool isPostgres(const SourceChoice &source);
     /// The statement that reads `table` (trimmed): a text starting with "SELECT " as it stands,
     /// else the first `MaxTableRecords` records of the table named so; nothing when the name holds
     /// a character that would change the statement's meaning.
-    static std::optional<QString> tableStatement(const ImportType &method, const QString &table);
+    static std::optional<QString> tableStatement(const SourceChoice &source, const QString &table);
 
 private:
-    void configure(SQLAdmin &admin, const ImportType &method, const ServerLogin &login) const;
-    bool openMethodDatabase(const ImportType &method, DatabaseHandle &handle, QString &error,
+    void configure(SQLAdmin &admin, const SourceChoice &source, const ServerLogin &login) const;
+    bool openMethodDatabase(const SourceChoice &source, DatabaseHandle &handle, QString &error,
                             QString &server, QString &database) const;
     WizardView &m_view;
     /// The login behind the last connection string built here: a password holding "';" cannot

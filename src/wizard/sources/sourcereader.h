@@ -1,15 +1,39 @@
 #pragma once
 
+#include "methods/sourcekind.h"
+
+#include <MGImport8/importtype.h>
+
 #include <QString>
 #include <QStringList>
 
 #include <functional>
 #include <optional>
+#include <utility>
 
 namespace MGImport8 {
 
 class ImportGrid;
-class ImportType;
+
+/// What a reader needs of the chosen method, taken when it is called: the kind of source, the file
+/// (or, on the server path, the database name) and the connection string. Readers get this small
+/// value rather than the object the host sees.
+struct SourceChoice
+{
+    SourceChoice(SourceKind sourceKind, QString file, QString connection)
+        : kind(sourceKind)
+        , filename(std::move(file))
+        , connectionString(std::move(connection))
+    {}
+    /// The choices of the method as they stand; the wizard calls its readers with its chosen one.
+    SourceChoice(const ImportType &method) // NOLINT(google-explicit-constructor)
+        : SourceChoice(sourceKind(method), method.Filename(), method.ConnectionString())
+    {}
+
+    SourceKind kind;
+    QString filename;
+    QString connectionString;
+};
 
 /// The database panel's choices: the server as typed or chosen (trimmed), the way to log in, and
 /// the SQL login. The password is never shown or logged.
@@ -32,17 +56,17 @@ public:
     /// Server discovery for the `ServerName` list: servers on the network, then registered ones,
     /// each once. Reports its own failures through `status` (the panel's `StatusMessage`) or the
     /// view, and answers false when discovery could not run.
-    virtual bool discoverServers(const ImportType &method, QStringList &servers,
+    virtual bool discoverServers(const SourceChoice &source, QStringList &servers,
                                  const std::function<void(const QString &)> &status)
         = 0;
     /// The databases of the chosen server, in the server's order; false with the management
     /// layer's last error text in `error` when the server cannot be reached.
-    virtual bool listDatabases(const ImportType &method, const ServerLogin &login,
+    virtual bool listDatabases(const SourceChoice &source, const ServerLogin &login,
                                QStringList &databases, QString &error)
         = 0;
     /// The connection string for the database panel's choices, empty when no database is chosen;
     /// nothing after a failure it has reported.
-    virtual std::optional<QString> serverConnectionString(const ImportType &method,
+    virtual std::optional<QString> serverConnectionString(const SourceChoice &source,
                                                           const ServerLogin &login,
                                                           const QString &databaseName)
         = 0;
@@ -56,10 +80,10 @@ public:
     virtual ~TableReader() = default;
 
     /// Lists the user tables of the method's database.
-    virtual bool listTables(const ImportType &method, QStringList &tables) = 0;
+    virtual bool listTables(const SourceChoice &source, QStringList &tables) = 0;
     /// Reads a table or a "SELECT " query of the method's database into the grid, field names in
     /// a first row tagged "FieldHeader".
-    virtual bool readTable(const ImportType &method, const QString &table, ImportGrid &grid) = 0;
+    virtual bool readTable(const SourceChoice &source, const QString &table, ImportGrid &grid) = 0;
 };
 
 /// The worksheets of the method's workbook (its `Filename`), for the spreadsheet panel.
@@ -70,7 +94,7 @@ public:
 
     /// Loads the worksheet at `sheet` (from 0) into the grid; false after the message that says
     /// why it could not.
-    virtual bool loadWorksheet(const ImportType &method, int sheet, ImportGrid &grid) = 0;
+    virtual bool loadWorksheet(const SourceChoice &source, int sheet, ImportGrid &grid) = 0;
 };
 
 } // namespace MGImport8

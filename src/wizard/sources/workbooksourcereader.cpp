@@ -14,11 +14,11 @@ namespace MGImport8 {
 
 const QString WorkbookMessageTitle = u"MGImport8"_s;
 
-bool WorkbookSourceReader::loadWorksheet(const ImportType &method, int sheet, ImportGrid &grid)
+bool WorkbookSourceReader::loadWorksheet(const SourceChoice &source, int sheet, ImportGrid &grid)
 {
     grid.clear();
-    const QString name = FileNameFromPath(method.Filename(), false);
-    const SheetLoad load = loadWorkbookSheet(method.Filename(), sheet);
+    const QString name = FileNameFromPath(source.filename, false);
+    const SheetLoad load = loadWorkbookSheet(source.filename, sheet);
     if (!load.error) {
         grid.setTable(load.table);
         return true;

@@ -18,7 +18,7 @@ public:
         : m_messages(view)
     {}
 
-    bool loadWorksheet(const ImportType &method, int sheet, ImportGrid &grid) override;
+    bool loadWorksheet(const SourceChoice &source, int sheet, ImportGrid &grid) override;
 
 private:
     WizardView &m_messages;

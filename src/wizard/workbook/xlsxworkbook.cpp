@@ -272,6 +272,87 @@ void XlsxWorkbook::readSharedStrings(const std::string &path)
     stream.finish();
 }
 
+std::string_view XlsxWorkbook::sharedString(const std::string &path, std::string_view index) const
+{
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(index.data(), index.data() + index.size(), number);
+    if (error != std::errc() || end != index.data() + index.size() || number >= m_stringEnds.size())
+        failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
+                     u"A cell of "_s % text(path) % u" refers to shared string "_s
+                         % QString::fromUtf8(index.data(), qsizetype(index.size()))
+                         % u", but the workbook has "_s % QString::number(m_stringEnds.size()));
+    const std::uint64_t begin = number == 0 ? 0 : m_stringEnds[number - 1];
+    return std::string_view(m_strings).substr(begin, m_stringEnds[number] - begin);
+}
+
+std::string_view XlsxWorkbook::cellText(const std::string &path, const pugi::xml_node &cell,
+                                        std::string &value) const
+{
+    const std::string_view type = attributeByLocalName(cell, "t").value();
+    if (type == "inlineStr") {
+        value.clear();
+        appendStringItem(childByLocalName(cell, "is"), value);
+        return value;
+    }
+    const std::string_view raw = childByLocalName(cell, "v").child_value();
+    if (type == "s")
+        return sharedString(path, raw);
+    if (type == "str" || type == "e")
+        return raw;
+    if (type == "b") {
+        value = raw == "1" ? "TRUE" : raw == "0" ? "FALSE" : std::string(raw);
+        return value;
+    }
+    if (type == "d") {
+        value = CellValues::isoDateText(raw);
+        return value;
+    }
+    if (raw.empty())
+        return raw;
+    double number = 0;
+    const auto [end, error] = std::from_chars(raw.data(), raw.data() + raw.size(), number);
+    if (error != std::errc() || end != raw.data() + raw.size())
+        return raw;
+    const pugi::xml_attribute style = attributeByLocalName(cell, "s");
+    const unsigned index = style.as_uint(0);
+    const CellValues::NumberKind kind = index < m_styleKinds.size()
+                                            ? m_styleKinds[index]
+                                            : CellValues::NumberKind::General;
+    value = CellValues::serialDateText(number, kind, m_dateSystem);
+    return value;
+}
+
+namespace {
+
+// Merged areas follow the cells: the <mergeCells> element, in whatever the item stream left after
+// the rows, is parsed on its own.
+void addMergedAreas(std::string &tail, SheetCells &cells)
+{
+    const size_t open = tail.find("mergeCells");
+    if (open == std::string::npos)
+        return;
+    size_t from = open;
+    while (from > 0 && tail[from - 1] != '<' && tail[from - 1] != '>')
+        --from;
+    const std::string prefix = tail.substr(from, open - from);
+    const std::string closing = "</" + prefix + "mergeCells>";
+    const size_t close = tail.find(closing, open);
+    if (from == 0 || tail[from - 1] != '<' || close == std::string::npos)
+        return;
+    pugi::xml_document merges;
+    if (!merges.load_buffer_inplace(tail.data() + from - 1, close + closing.size() - (from - 1),
+                                    pugi::parse_default | pugi::parse_fragment))
+        return;
+    for (pugi::xml_node merge : merges.first_child().children()) {
+        SheetRange range;
+        if (localName(merge.name()) == "mergeCell"
+            && parseRangeReference(merge.attribute("ref").value(), range))
+            cells.addMerge(range);
+    }
+}
+
+} // namespace
+
 std::shared_ptr<const TextTable> XlsxWorkbook::readSheet(int position)
 {
     const std::string &path = m_sheets.at(size_t(position)).path;
@@ -287,53 +368,6 @@ std::shared_ptr<const TextTable> XlsxWorkbook::readSheet(int position)
     SheetCells cells;
     std::uint32_t nextRow = 0;
     std::string value;
-    auto sharedString = [&](std::string_view index) {
-        std::uint64_t number = 0;
-        const auto [end, error] = std::from_chars(index.data(), index.data() + index.size(), number);
-        if (error != std::errc() || end != index.data() + index.size()
-            || number >= m_stringEnds.size())
-            failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                         u"A cell of "_s % text(path) % u" refers to shared string "_s
-                             % QString::fromUtf8(index.data(), qsizetype(index.size()))
-                             % u", but the workbook has "_s % QString::number(m_stringEnds.size()));
-        const std::uint64_t begin = number == 0 ? 0 : m_stringEnds[number - 1];
-        return std::string_view(m_strings).substr(begin, m_stringEnds[number] - begin);
-    };
-    auto cellText = [&](const pugi::xml_node &cell) -> std::string_view {
-        const std::string_view type = attributeByLocalName(cell, "t").value();
-        if (type == "inlineStr") {
-            value.clear();
-            appendStringItem(childByLocalName(cell, "is"), value);
-            return value;
-        }
-        const std::string_view raw = childByLocalName(cell, "v").child_value();
-        if (type == "s")
-            return sharedString(raw);
-        if (type == "str" || type == "e")
-            return raw;
-        if (type == "b") {
-            value = raw == "1" ? "TRUE" : raw == "0" ? "FALSE" : std::string(raw);
-            return value;
-        }
-        if (type == "d") {
-            value = CellValues::isoDateText(raw);
-            return value;
-        }
-        if (raw.empty())
-            return raw;
-        double number = 0;
-        const auto [end, error] = std::from_chars(raw.data(), raw.data() + raw.size(), number);
-        if (error != std::errc() || end != raw.data() + raw.size())
-            return raw;
-        const pugi::xml_attribute style = attributeByLocalName(cell, "s");
-        const unsigned index = style.as_uint(0);
-        const CellValues::NumberKind kind = index < m_styleKinds.size()
-                                                ? m_styleKinds[index]
-                                                : CellValues::NumberKind::General;
-        value = CellValues::serialDateText(number, kind, m_dateSystem);
-        return value;
-    };
-
     XmlItemStream stream(*stored, "sheetData", "row", [&](const pugi::xml_document &fragment) {
         for (pugi::xml_node row : fragment.children()) {
             if (localName(row.name()) != "row")
@@ -353,37 +387,13 @@ std::shared_ptr<const TextTable> XlsxWorkbook::readSheet(int position)
                                  u"A cell of "_s % text(path) % u" has the bad reference \""_s
                                      % QString::fromUtf8(reference.value()) % u"\""_s);
                 nextColumn = column + 1;
-                cells.add(cellRow, column, cellText(cell));
+                cells.add(cellRow, column, cellText(path, cell, value));
             }
         }
     });
     m_zip.stream(*stored, [&](std::string_view piece) { stream.feed(piece); });
     stream.finish();
-
-    // Merged areas follow the cells: the <mergeCells> element is parsed on its own.
-    std::string &tail = stream.tail();
-    const size_t open = tail.find("mergeCells");
-    if (open != std::string::npos) {
-        size_t from = open;
-        while (from > 0 && tail[from - 1] != '<' && tail[from - 1] != '>')
-            --from;
-        const std::string prefix = tail.substr(from, open - from);
-        const std::string closing = "</" + prefix + "mergeCells>";
-        const size_t close = tail.find(closing, open);
-        if (from > 0 && tail[from - 1] == '<' && close != std::string::npos) {
-            pugi::xml_document merges;
-            if (merges.load_buffer_inplace(tail.data() + from - 1,
-                                           close + closing.size() - (from - 1),
-                                           pugi::parse_default | pugi::parse_fragment)) {
-                for (pugi::xml_node merge : merges.first_child().children()) {
-                    SheetRange range;
-                    if (localName(merge.name()) == "mergeCell"
-                        && parseRangeReference(merge.attribute("ref").value(), range))
-                        cells.addMerge(range);
-                }
-            }
-        }
-    }
+    addMergedAreas(stream.tail(), cells);
     return cells.finish();
 }
 

@@ -6,7 +6,12 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
+
+namespace pugi {
+class xml_node;
+}
 
 namespace MGImport8 {
 
@@ -33,6 +38,11 @@ private:
     void readWorkbookPart();
     void readStyles(const std::string &path);
     void readSharedStrings(const std::string &path);
+    /// The shared string a cell of the sheet part `path` refers to by `index`.
+    std::string_view sharedString(const std::string &path, std::string_view index) const;
+    /// A cell's text by its type; `scratch` holds the text when it is not in the part already.
+    std::string_view cellText(const std::string &path, const pugi::xml_node &cell,
+                              std::string &scratch) const;
 
     ZipContainer m_zip;
     std::string m_workbookPath;

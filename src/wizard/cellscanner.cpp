@@ -1,4 +1,4 @@
-#include "wizard/cellscan.h"
+#include "wizard/cellscanner.h"
 
 #include "common/ipaddress.h"
 #include "wizard/importgrid.h"
