@@ -152,6 +152,29 @@ public:
     /// The remembered database account that `BuildConnectionString` prefers when both are set.
     void setDatabaseUser(const QString &userId, const QString &password);
 
+    /// Brings `Database` (from `GetDatabase`) into line with the structure file: functions, then
+    /// tables with their columns, keys, indexes and seed rows, then views. Each step raises
+    /// `AlteringDatabase` and appends to `UpdateTrace`; progress goes to
+    /// `UpdateDBStructureProgress`. False when the file cannot be read or an object cannot be
+    /// created; what was changed before stays changed.
+    Q_INVOKABLE bool UpdateDatabaseStructure(SqlAdmin::ManagedDatabase *Database,
+                                             const QString &StructureFile);
+    /// Creates the database with the structure file's CREATE command, its name and data folder
+    /// put in, and builds the file's objects in it. True once the CREATE did not fail.
+    Q_INVOKABLE bool BuildDatabase(const QString &DatabaseName, const QString &DatabaseFilePath,
+                                   const QString &StructureFile);
+    /// Copies a template database file into place and attaches it (on PostgreSQL: creates the
+    /// database and runs the template's SQL in it).
+    Q_INVOKABLE bool CreateDatabase(const QString &DatabaseName, const QString &DatabaseFile,
+                                    const QString &TemplateFile);
+
+Q_SIGNALS:
+    /// The step that structure maintenance is about to take.
+    void AlteringDatabase(QString Text);
+    /// The percentage of the current phase of structure maintenance.
+    void UpdateDBStructureProgress(int Percent);
+
+public:
     struct Private;
 
 private:

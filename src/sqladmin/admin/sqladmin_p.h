@@ -39,6 +39,8 @@ struct SQLAdmin::Private
     QString databaseUserPassword;
     QString serverType = SQLAdmin::SqlServerType;
     bool reRegistered = false;
+    /// Sees every statement that structure maintenance runs to change a database.
+    std::function<void(const QString &)> structureStatement;
 
     SqlAdmin::ServerKind kind() const;
     SqlAdmin::LoginSettings login() const;
