@@ -124,6 +124,12 @@ StructureFile StructureFile::load(const QString &path)
         file.m_loadError = input.errorString();
         return file;
     }
+    return fromBytes(bytes);
+}
+
+StructureFile StructureFile::fromBytes(const QByteArray &bytes)
+{
+    StructureFile file;
     const pugi::xml_parse_result parsed = file.m_document->load_buffer(bytes.constData(),
                                                                        static_cast<size_t>(
                                                                            bytes.size()));

@@ -78,6 +78,8 @@ public:
     /// that is read but is not well-formed XML loads as an empty document, whose selections find
     /// nothing.
     static StructureFile load(const QString &path);
+    /// The same from the file's bytes.
+    static StructureFile fromBytes(const QByteArray &bytes);
 
     bool loaded() const { return m_loadError.isEmpty(); }
     /// Why the file could not be read; empty when it was.
