@@ -31,7 +31,7 @@ struct ScriptedServer
         SqlAdmin::Rows rows;
         QString error;
         /// When not empty, the answer is only for statements sent with exactly these values.
-        QVariantList values;
+        QVariantList values = {};
     };
     QList<Answer> answers;
     QList<SentStatement> sent;
