@@ -167,6 +167,12 @@ public:
     /// database and runs the template's SQL in it).
     Q_INVOKABLE bool CreateDatabase(const QString &DatabaseName, const QString &DatabaseFile,
                                     const QString &TemplateFile);
+    /// Writes the structure file of `Database` (from `GetDatabase`) to `FileName`, with the rows
+    /// of the tables named in `DataTables` as seed data. False, with the reason in `LastError`,
+    /// when the catalogue cannot be read or the file written.
+    Q_INVOKABLE bool WriteXMLStructureFile(SqlAdmin::ManagedDatabase *Database,
+                                           const QString &FileName,
+                                           const QStringList &DataTables = {});
 
 Q_SIGNALS:
     /// The step that structure maintenance is about to take.

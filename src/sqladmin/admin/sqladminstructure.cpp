@@ -2,6 +2,7 @@
 // through the object's trace, last error and events.
 #include "sqladmin/admin/sqladmin_p.h"
 
+#include "dbstructure/structureexport.h"
 #include "dbstructure/structurefile.h"
 #include "dbstructure/structuremaintenance.h"
 #include "dbstructure/structurereporter.h"
@@ -121,6 +122,22 @@ bool SQLAdmin::UpdateDatabaseStructure(SqlAdmin::ManagedDatabase *Database,
     const SqlAdmin::ServerKind kind = d->server ? d->server->kind() : d->kind();
     StructureMaintenance maintenance(*Database, kind, reporter);
     return maintenance.updateDatabaseStructure(StructureFile);
+}
+
+bool SQLAdmin::WriteXMLStructureFile(SqlAdmin::ManagedDatabase *Database, const QString &FileName,
+                                     const QStringList &DataTables)
+{
+    if (!Database) {
+        d->lastError = u"Cannot export the structure of a database that does not exist."_s;
+        return false;
+    }
+    const SqlAdmin::ServerKind kind = d->server ? d->server->kind() : d->kind();
+    const Result<bool> written = DbStructure::writeStructureFile(*Database, kind, FileName,
+                                                                 DataTables);
+    d->lastError = written ? QString()
+                           : SqlAdmin::scrubSecrets(written.error(),
+                                                    {d->loginPassword, d->databaseUserPassword});
+    return written.ok();
 }
 
 bool SQLAdmin::BuildDatabase(const QString &DatabaseName, const QString &DatabaseFilePath,
