@@ -174,11 +174,18 @@ public:
                                            const QString &FileName,
                                            const QStringList &DataTables = {});
 
+    /// With a dry run, `UpdateDatabaseStructure` holds all its changes in one transaction and
+    /// rolls it back at the end; statements a transaction cannot hold are announced through
+    /// `StructureStatement` and not run. Off by default.
+    void setStructureDryRun(bool DryRun);
+
 Q_SIGNALS:
     /// The step that structure maintenance is about to take.
     void AlteringDatabase(QString Text);
     /// The percentage of the current phase of structure maintenance.
     void UpdateDBStructureProgress(int Percent);
+    /// A statement that structure maintenance runs to change the database, before it runs.
+    void StructureStatement(QString Statement);
 
 public:
     struct Private;

@@ -101,7 +101,7 @@ void StructureMaintenance::seedKeyed(const SqlAdmin::ObjectName &table, const QS
             else
                 values.append(text);
         }
-        if (!inTransaction)
+        if (!inTransaction && !m_dryRun)
             inTransaction = static_cast<bool>(session.begin());
         added = true;
         // A failed row goes back to its savepoint and loses only itself.
@@ -165,7 +165,7 @@ void StructureMaintenance::seedServicePorts(const SqlAdmin::ObjectName &table,
         }
     }
     const QString insert = m_statements->insertRow(table, names);
-    const bool inTransaction = static_cast<bool>(session.begin());
+    const bool inTransaction = !m_dryRun && static_cast<bool>(session.begin());
     for (qsizetype at = 0; at < ports.size(); ++at) {
         const qsizetype position = at + 1;
         m_reporter.statement(insert);

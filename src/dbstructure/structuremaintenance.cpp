@@ -39,6 +39,14 @@ bool StructureMaintenance::updateDatabaseStructure(const QString &structureFile)
     }
     if (!takeLock())
         return false;
+    Result<SqlAdmin::SqlSession *> session = m_database.session();
+    if (m_dryRun && (!session || !session.value()->begin())) {
+        const QString message = u"Cannot begin the transaction of the dry run."_s;
+        m_reporter.setLastError(message);
+        m_reporter.trace(message + lineEnd);
+        releaseLock();
+        return false;
+    }
 
     m_reporter.progress(0);
     bool completed = true;
@@ -78,6 +86,8 @@ bool StructureMaintenance::updateDatabaseStructure(const QString &structureFile)
             m_reporter.progress(percentOf(++counter, views.size()));
         }
     }
+    if (m_dryRun)
+        (void)session.value()->rollback();
     releaseLock();
     return completed;
 }
@@ -115,6 +125,8 @@ Result<bool> StructureMaintenance::change(const QStringList &statements)
     if (!open)
         return Error{open.error()};
     SqlAdmin::SqlSession &session = *open.value();
+    if (m_dryRun)
+        return changeInDryRun(session, statements);
     for (const QString &statement : statements) {
         m_reporter.statement(statement);
         ++m_changes;
@@ -132,9 +144,49 @@ Result<bool> StructureMaintenance::change(const QStringList &statements)
     return session.commit();
 }
 
+bool StructureMaintenance::canRollBack(const QString &statement)
+{
+    static const QStringList outside{u"CONCURRENTLY"_s, u"CREATE DATABASE"_s, u"DROP DATABASE"_s,
+                                     u"TABLESPACE"_s,   u"VACUUM"_s,          u"ALTER SYSTEM"_s,
+                                     u"FULLTEXT"_s};
+    for (const QString &word : outside) {
+        if (statement.contains(word, Qt::CaseInsensitive))
+            return false;
+    }
+    return true;
+}
+
+// Inside the dry run's transaction each change sits behind a savepoint, so that a failure takes
+// back only itself and the transaction goes on.
+Result<bool> StructureMaintenance::changeInDryRun(SqlAdmin::SqlSession &session,
+                                                  const QStringList &statements)
+{
+    for (const QString &statement : statements) {
+        ++m_changes;
+        if (!canRollBack(statement)) {
+            m_reporter.statement(u"-- not run: a transaction cannot take it back: "_s + statement);
+            return true;
+        }
+        m_reporter.statement(statement);
+    }
+    (void)session.execute(m_statements->savepoint());
+    for (const QString &statement : statements) {
+        if (Result<bool> ran = session.execute(statement); !ran) {
+            (void)session.execute(m_statements->rollbackToSavepoint());
+            return ran;
+        }
+    }
+    if (const QString release = m_statements->releaseSavepoint(); !release.isEmpty())
+        (void)session.execute(release);
+    return true;
+}
+
 Result<bool> StructureMaintenance::createRoutine(QChar kind, const QString &name,
                                                  const QString &statement)
 {
+    // The creation record needs a transaction of its own; the dry run's holds the statement.
+    if (m_dryRun)
+        return change(statement);
     m_reporter.statement(statement);
     ++m_changes;
     const QString schema = m_kind == SqlAdmin::ServerKind::PostgreSql ? u"public"_s : u"dbo"_s;

@@ -58,6 +58,12 @@ public:
     bool checkIndex(const QString &table, const pugi::xml_node &index);
     void loadSeedData(const QString &table, const pugi::xml_node &data);
 
+    /// A dry run holds the whole verification in one transaction and rolls it back at the end;
+    /// statements that a transaction cannot hold are reported, not run.
+    void setDryRun(bool dryRun) { m_dryRun = dryRun; }
+    /// Whether a transaction can hold the statement (and so take it back).
+    static bool canRollBack(const QString &statement);
+
     /// Statements that changed (or would have changed) the database so far.
     int changesRun() const { return m_changes; }
 
@@ -67,6 +73,7 @@ public:
 private:
     Result<bool> change(const QStringList &statements);
     Result<bool> change(const QString &statement) { return change(QStringList{statement}); }
+    Result<bool> changeInDryRun(SqlAdmin::SqlSession &session, const QStringList &statements);
     Result<bool> createRoutine(QChar kind, const QString &name, const QString &statement);
     std::optional<SqlAdmin::ObjectName> lookUpTable(const QString &name);
     std::optional<SqlAdmin::RoutineInfo> lookUpRoutine(bool view, const QString &name);
@@ -83,6 +90,7 @@ private:
     StructureReporter &m_reporter;
     std::unique_ptr<StructureStatements> m_statements;
     int m_changes = 0;
+    bool m_dryRun = false;
 };
 
 } // namespace MGImport8::DbStructure

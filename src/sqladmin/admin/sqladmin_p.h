@@ -41,6 +41,7 @@ struct SQLAdmin::Private
     bool reRegistered = false;
     /// Sees every statement that structure maintenance runs to change a database.
     std::function<void(const QString &)> structureStatement;
+    bool structureDryRun = false;
 
     SqlAdmin::ServerKind kind() const;
     SqlAdmin::LoginSettings login() const;

@@ -50,8 +50,10 @@ public:
     }
     void statement(const QString &text) override
     {
+        const QString shown = clean(text);
         if (m_d.structureStatement)
-            m_d.structureStatement(clean(text));
+            m_d.structureStatement(shown);
+        emit m_admin.StructureStatement(shown);
     }
 
 private:
@@ -121,7 +123,13 @@ bool SQLAdmin::UpdateDatabaseStructure(SqlAdmin::ManagedDatabase *Database,
     }
     const SqlAdmin::ServerKind kind = d->server ? d->server->kind() : d->kind();
     StructureMaintenance maintenance(*Database, kind, reporter);
+    maintenance.setDryRun(d->structureDryRun);
     return maintenance.updateDatabaseStructure(StructureFile);
+}
+
+void SQLAdmin::setStructureDryRun(bool DryRun)
+{
+    d->structureDryRun = DryRun;
 }
 
 bool SQLAdmin::WriteXMLStructureFile(SqlAdmin::ManagedDatabase *Database, const QString &FileName,
