@@ -11,7 +11,7 @@ bool StructureMaintenance::checkPrimaryKey(const SqlAdmin::ObjectName &table,
                                            const pugi::xml_node &tableElement)
 {
     const PrimaryKeyTemplate wanted = readPrimaryKey(tableElement);
-    Result<SqlAdmin::PrimaryKeyInfo> present = m_database.primaryKey(table);
+    Result<SqlAdmin::PrimaryKeyInfo> present = m_catalogue.primaryKey(table);
     const bool hasKey = present && !present.value().name.isEmpty();
     if (!wanted.present) {
         if (hasKey) {
@@ -20,6 +20,7 @@ bool StructureMaintenance::checkPrimaryKey(const SqlAdmin::ObjectName &table,
                              + u", but is not defined on Database Template"_s);
             m_reporter.trace(u"Removing Primary Key from table "_s + tableName);
             (void)change(m_statements->dropConstraint(table, present.value().name));
+            m_catalogue.tableChanged(table);
         }
         return true;
     }
@@ -37,17 +38,20 @@ bool StructureMaintenance::replacePrimaryKey(const QString &tableName, const Pri
     const std::optional<SqlAdmin::ObjectName> table = lookUpTable(tableName);
     if (!table)
         return false;
-    Result<SqlAdmin::PrimaryKeyInfo> present = m_database.primaryKey(*table);
+    Result<SqlAdmin::PrimaryKeyInfo> present = m_catalogue.primaryKey(*table);
     if (present && !present.value().name.isEmpty()) {
         m_reporter.altering(u"Removing Primary Key on Database Table "_s + tableName);
         m_reporter.trace(u"Removing Primary Key on Database Table "_s + tableName + lineEnd);
         (void)change(m_statements->dropConstraint(*table, present.value().name));
+        m_catalogue.tableChanged(*table);
     }
     if (key.statement.isEmpty())
         return true;
     m_reporter.altering(u"Adding Primary Key on Database Table "_s + tableName);
     m_reporter.trace(u"Adding Primary Key on Database Table "_s + tableName + lineEnd);
-    if (const Result<bool> added = change(key.statement); !added) {
+    const Result<bool> added = change(key.statement);
+    m_catalogue.tableChanged(*table);
+    if (!added) {
         const QString message = u"Cannot add Primary Key ("_s + tableName + u") to "_s
                                 + m_database.name() + lineEnd + added.error() + lineEnd;
         m_reporter.setLastError(message);
@@ -65,7 +69,7 @@ bool StructureMaintenance::checkIndex(const QString &tableName, const pugi::xml_
     const std::optional<SqlAdmin::ObjectName> table = lookUpTable(tableName);
     std::optional<SqlAdmin::IndexInfo> present;
     if (table) {
-        if (Result<QList<SqlAdmin::IndexInfo>> all = m_database.indexes(*table)) {
+        if (Result<QList<SqlAdmin::IndexInfo>> all = m_catalogue.indexes(*table)) {
             for (const SqlAdmin::IndexInfo &candidate : std::as_const(all.value())) {
                 if (candidate.name.compare(index.name, Qt::CaseInsensitive) == 0) {
                     present = candidate;
@@ -94,7 +98,10 @@ bool StructureMaintenance::checkIndex(const QString &tableName, const pugi::xml_
     }
     m_reporter.altering(action + tableName);
     m_reporter.trace(action + tableName + lineEnd);
-    if (const Result<bool> ran = change(statements); !ran) {
+    const Result<bool> ran = change(statements);
+    if (table)
+        m_catalogue.tableChanged(*table);
+    if (!ran) {
         const QString message = u"Cannot add index ("_s + index.name + u") to "_s + tableName
                                 + lineEnd + ran.error();
         m_reporter.setLastError(message);

@@ -54,7 +54,7 @@ void StructureMaintenance::seedKeyed(const SqlAdmin::ObjectName &table, const QS
 {
     const QString keyColumn = attributeText(data, "KeyColumn");
     Result<SqlAdmin::SqlSession *> open = m_database.session();
-    Result<QList<SqlAdmin::ColumnInfo>> columns = m_database.columns(table);
+    Result<QList<SqlAdmin::ColumnInfo>> columns = m_catalogue.columns(table);
     if (!open || !columns)
         return;
     SqlAdmin::SqlSession &session = *open.value();
@@ -156,7 +156,7 @@ void StructureMaintenance::seedServicePorts(const SqlAdmin::ObjectName &table,
     SqlAdmin::SqlSession &session = *open.value();
     // The four fields by the names the table spells them with.
     QStringList names{u"Port"_s, u"ServiceName"_s, u"Enabled"_s, u"System"_s};
-    if (Result<QList<SqlAdmin::ColumnInfo>> columns = m_database.columns(table)) {
+    if (Result<QList<SqlAdmin::ColumnInfo>> columns = m_catalogue.columns(table)) {
         for (QString &name : names) {
             for (const SqlAdmin::ColumnInfo &column : std::as_const(columns.value())) {
                 if (column.name.compare(name, Qt::CaseInsensitive) == 0)

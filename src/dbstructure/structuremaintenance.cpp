@@ -14,6 +14,7 @@ StructureMaintenance::StructureMaintenance(SqlAdmin::ManagedDatabase &database,
     , m_kind(kind)
     , m_reporter(reporter)
     , m_statements(StructureStatements::create(kind))
+    , m_catalogue(database, kind)
 {}
 
 StructureMaintenance::~StructureMaintenance() = default;
@@ -195,16 +196,13 @@ Result<bool> StructureMaintenance::createRoutine(QChar kind, const QString &name
 
 std::optional<SqlAdmin::ObjectName> StructureMaintenance::lookUpTable(const QString &name)
 {
-    Result<SqlAdmin::ObjectName> found = m_database.findTable(name);
-    if (!found)
-        return std::nullopt;
-    return found.value();
+    return m_catalogue.findTable(name);
 }
 
 std::optional<SqlAdmin::RoutineInfo> StructureMaintenance::lookUpRoutine(bool view,
                                                                          const QString &name)
 {
-    Result<QList<SqlAdmin::RoutineInfo>> all = view ? m_database.views() : m_database.functions();
+    Result<QList<SqlAdmin::RoutineInfo>> all = m_catalogue.routines(view);
     if (!all)
         return std::nullopt;
     std::optional<SqlAdmin::RoutineInfo> found;
@@ -246,10 +244,12 @@ bool StructureMaintenance::checkRoutine(bool view, const pugi::xml_node &element
         m_reporter.altering(u"Removing Old "_s + kind + u' ' + name);
         m_reporter.trace(u"Removing Old "_s + kind + u" ("_s + name + u')' + lineEnd);
         (void)change(m_statements->dropRoutine(view ? u'V' : u'F', existing->object));
+        m_catalogue.routinesChanged(view);
     }
     m_reporter.altering(u"Adding New "_s + kind + u' ' + name);
     m_reporter.trace(u"Adding New "_s + kind + u' ' + name + lineEnd);
     const Result<bool> created = createRoutine(view ? u'V' : u'F', name, routine.statement);
+    m_catalogue.routinesChanged(view);
     if (!created) {
         const QString message = u"Cannot create new "_s + kind + u" ("_s + name + u')' + lineEnd
                                 + created.error() + lineEnd;
@@ -267,6 +267,7 @@ bool StructureMaintenance::dropFunction(const QString &name)
     m_reporter.trace(u"Dropping Function "_s + name + lineEnd);
     // The statement's outcome is not reported: the drop always counts as done.
     (void)change(u"DROP FUNCTION "_s + name + u';');
+    m_catalogue.routinesChanged(false);
     m_reporter.trace(u"Function ("_s + name + u") dropped successfully."_s + lineEnd);
     return true;
 }

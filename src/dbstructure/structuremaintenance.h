@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/result.h"
+#include "dbstructure/cataloguecache.h"
 #include "dbstructure/structurefile.h"
 #include "dbstructure/structurereporter.h"
 #include "dbstructure/structurestatements.h"
@@ -64,6 +65,8 @@ public:
     /// Whether a transaction can hold the statement (and so take it back).
     static bool canRollBack(const QString &statement);
 
+    /// Catalogue queries sent so far.
+    int catalogueQueries() const { return m_catalogue.queries(); }
     /// Statements that changed (or would have changed) the database so far.
     int changesRun() const { return m_changes; }
 
@@ -89,6 +92,7 @@ private:
     SqlAdmin::ServerKind m_kind;
     StructureReporter &m_reporter;
     std::unique_ptr<StructureStatements> m_statements;
+    CatalogueCache m_catalogue;
     int m_changes = 0;
     bool m_dryRun = false;
 };

@@ -31,7 +31,9 @@ bool StructureMaintenance::checkTable(const pugi::xml_node &table)
         const QString statement = nodeText(table, "SQL/Table");
         m_reporter.altering(u"Adding New Table "_s + name);
         m_reporter.trace(u"Adding New Table "_s + name + lineEnd);
-        if (const Result<bool> created = change(statement); !created) {
+        const Result<bool> created = change(statement);
+        m_catalogue.tablesChanged();
+        if (!created) {
             const QString message = u"Cannot create new Table ("_s + name + u')' + lineEnd
                                     + created.error() + lineEnd;
             m_reporter.setLastError(message);
@@ -69,7 +71,7 @@ bool StructureMaintenance::tableNeedsUpgrade(const QString &table, const QString
         return true;
     }
     // The column names of the table, as a SELECT * would list its fields, compared exactly.
-    if (Result<QList<SqlAdmin::ColumnInfo>> columns = m_database.columns(*found)) {
+    if (Result<QList<SqlAdmin::ColumnInfo>> columns = m_catalogue.columns(*found)) {
         for (const SqlAdmin::ColumnInfo &present : std::as_const(columns.value())) {
             if (present.name == column) {
                 m_reporter.trace(u"Column ("_s + column + u") WAS found in ("_s + table
@@ -94,6 +96,7 @@ bool StructureMaintenance::dropTable(const QString &name)
     }
     // The statement's outcome is discarded: a found table always reports as dropped.
     (void)change(u"DROP TABLE "_s + name + u';');
+    m_catalogue.tablesChanged();
     m_reporter.trace(u"Table ("_s + name + u") dropped successfully."_s + lineEnd);
     return true;
 }
@@ -104,14 +107,16 @@ bool StructureMaintenance::reconcileColumn(const QString &table, const pugi::xml
     const std::optional<SqlAdmin::ObjectName> found = lookUpTable(table);
     if (!found)
         return true;
-    Result<QList<SqlAdmin::ColumnInfo>> columns = m_database.columns(*found);
+    Result<QList<SqlAdmin::ColumnInfo>> columns = m_catalogue.columns(*found);
     if (!columns)
         return true;
     const std::optional<SqlAdmin::ColumnInfo> current = findColumn(columns.value(), column.name);
 
     if (!current) {
         m_reporter.altering(u"Adding Column "_s + column.name + u" to Table "_s + table);
-        if (const Result<bool> added = change(m_statements->addColumn(*found, column)); !added) {
+        const Result<bool> added = change(m_statements->addColumn(*found, column));
+        m_catalogue.tableChanged(*found);
+        if (!added) {
             const QString message = u"Could not add Column "_s + table + u'.' + column.name
                                     + u" to the Database."_s + lineEnd + added.error();
             m_reporter.setLastError(message);
@@ -139,15 +144,17 @@ bool StructureMaintenance::reconcileColumn(const QString &table, const pugi::xml
                               || current->typeName.compare(u"ntext"_s, Qt::CaseInsensitive) == 0;
     if (!neverRetyped && (current->typeName != column.dataType || current->length < column.length)) {
         // Indexes over the column would block the change; the index check rebuilds them.
-        if (Result<QList<SqlAdmin::IndexInfo>> indexes = m_database.indexes(*found)) {
+        if (Result<QList<SqlAdmin::IndexInfo>> indexes = m_catalogue.indexes(*found)) {
             int steps = 0;
             for (const SqlAdmin::IndexInfo &index : std::as_const(indexes.value())) {
                 if (++steps > indexWalkLimit)
                     break;
                 if (index.primaryKey)
                     continue;
-                if (index.columns.contains(current->name))
+                if (index.columns.contains(current->name)) {
                     (void)change(m_statements->dropIndex(*found, index.name));
+                    m_catalogue.tableChanged(*found);
+                }
             }
         }
         const bool character = column.dataType.contains(u"char"_s, Qt::CaseInsensitive);
@@ -157,6 +164,7 @@ bool StructureMaintenance::reconcileColumn(const QString &table, const pugi::xml
         const Result<bool> altered = change(
             m_statements->alterColumnType(*found, *current, column.dataType,
                                           character ? column.length : 0));
+        m_catalogue.tableChanged(*found);
         const QString typeText = column.dataType + u'(' + QString::number(column.length) + u')';
         if (!altered) {
             const QString message = u"Could not Alter DataType of "_s + table + u'.' + column.name
@@ -169,10 +177,14 @@ bool StructureMaintenance::reconcileColumn(const QString &table, const pugi::xml
         }
     }
 
-    if (column.defaultText != current->defaultText)
+    if (column.defaultText != current->defaultText) {
         (void)change(m_statements->setDefault(*found, current->name, column.defaultText));
-    if (column.isComputed && current->computedText != column.computedText)
+        m_catalogue.tableChanged(*found);
+    }
+    if (column.isComputed && current->computedText != column.computedText) {
         (void)change(m_statements->setComputed(*found, *current, column.computedText));
+        m_catalogue.tableChanged(*found);
+    }
     return true;
 }
 

@@ -18,6 +18,7 @@
 
 #include <QDateTime>
 #include <QFile>
+#include <algorithm>
 
 #include <gtest/gtest.h>
 
@@ -66,6 +67,25 @@ struct Fixture
              {},
              {}},
             {u"FROM sys.tables t"_s, {{u"dbo"_s, u"Album"_s}, {u"dbo"_s, u"Genre"_s}}, {}, {}},
+            // The whole database's columns, keys and indexes, read once per run.
+            {u"FROM sys.columns c JOIN sys.tables t"_s,
+             {{u"dbo"_s, u"Album"_s, u"AlbumId"_s, u"int"_s, 4, 0, 0, QVariant(), QVariant()},
+              {u"dbo"_s, u"Album"_s, u"Title"_s, u"nvarchar"_s, 160, 0, 0, QVariant(), QVariant()},
+              {u"dbo"_s, u"Genre"_s, u"GenreId"_s, u"int"_s, 4, 0, 0, QVariant(), QVariant()},
+              {u"dbo"_s, u"Genre"_s, u"Name"_s, u"nvarchar"_s, 50, 1, 0, QVariant(), QVariant()}},
+             {},
+             {}},
+            {u"FROM sys.key_constraints k JOIN sys.tables t"_s,
+             {{u"dbo"_s, u"Genre"_s, u"PK_Genre"_s, 1, u"GenreId"_s}},
+             {},
+             {}},
+            {u"FROM sys.indexes i JOIN sys.tables t"_s,
+             {{u"dbo"_s, u"Album"_s, u"IFK_AlbumArtistId"_s, 0, 0, 0, u"Title"_s},
+              {u"dbo"_s, u"Album"_s, u"IX_AlbumTitle"_s, 0, 0, 0, u"Title"_s},
+              {u"dbo"_s, u"Genre"_s, u"PK_Genre"_s, 1, 1, 1, u"GenreId"_s}},
+             {},
+             {}},
+            // A table is read on its own once it has changed.
             {u"FROM sys.columns c JOIN sys.types"_s,
              {{u"GenreId"_s, u"int"_s, 4, 0, 0, QVariant(), QVariant()},
               {u"Name"_s, u"nvarchar"_s, 50, 1, 0, QVariant(), QVariant()}},
@@ -161,6 +181,14 @@ TEST(StructureSqlServer, RepairsAreSentAsStatementsWithTheExactTrace)
     EXPECT_EQ(f.server.texts().count(u"SAVE TRANSACTION mgimport8_seed_row"_s), 2);
 
     EXPECT_EQ(f.progress, (QList<int>{0, 100, 0, 50, 50, 100, 0, 100}));
+    // Genre's key and columns come from the whole-database read; only the changed tables are
+    // read again on their own.
+    const QStringList texts = f.server.texts();
+    EXPECT_EQ(std::count_if(texts.cbegin(), texts.cend(),
+                            [](const QString &text) {
+                                return text.contains(u"FROM sys.columns c JOIN sys.tables t"_s);
+                            }),
+              1);
     EXPECT_EQ(f.events.mid(0, 4),
               (QStringList{u"Checking Creation Date of Function fn_AlbumTrackCount"_s,
                            u"Removing Old Function fn_AlbumTrackCount"_s,
