@@ -5,6 +5,8 @@
 //   name, key added, indexes rebuilt WITH DROP_EXISTING (fill factor kept), seed rows by key;
 // - failed creations stop the run with their messages, a table after exactly one retry;
 // - the table version check and the drops keep their always-true decisions and texts;
+// - an identity the database lacks is shown through the installed presenter, or without one
+//   written to the trace, and nothing is changed for it;
 // - BuildDatabase puts the name and folder into the CREATE and diagnoses its failure;
 //   CreateDatabase attaches the copied file.
 #include <MGImport8/sqladmin.h>
@@ -248,6 +250,46 @@ TEST(StructureSqlServer, FailedCreationsStopTheRunWithTheirMessages)
                          + crlf + crlf + u"Cannot create new Table (Genre)"_s + crlf + error + crlf;
     EXPECT_TRUE(missing.admin.UpdateTrace().endsWith(once + once));
     EXPECT_FALSE(missing.admin.UpdateTrace().contains(u"Table Album"_s));
+}
+
+namespace {
+
+QStringList g_presented;
+
+void recordPresented(const QString &title, const QString &text)
+{
+    g_presented.append(title + u'|' + text);
+}
+
+} // namespace
+
+TEST(StructureSqlServer, AMissingIdentityIsShownAndLeftAlone)
+{
+    const QString message = u"The column GenreId in the table Genre does not have the Identity "
+                            u"property enable.\r\n\r\nIt is beyond the capability of the Wizard "
+                            u"to repair this database\r\n\r\nSearch on the keyword 'Identity' at "_s
+                            + MGImport8::DbStructure::StructureMaintenance::supportPage
+                            + u" for a procedure to resolve this problem"_s;
+    for (const bool presenter : {false, true}) {
+        SCOPED_TRACE(presenter ? "presenter" : "no presenter");
+        g_presented.clear();
+        MGImport8::DbStructure::setCriticalMessagePresenter(presenter ? &recordPresented : nullptr);
+        Fixture f;
+        f.server.answers.prepend(
+            {u"FROM sys.columns c JOIN sys.tables t"_s,
+             {{u"dbo"_s, u"Genre"_s, u"GenreId"_s, u"int"_s, 4, 0, 1, QVariant(), QVariant()},
+              {u"dbo"_s, u"Genre"_s, u"Name"_s, u"nvarchar"_s, 120, 1, 0, QVariant(), QVariant()}},
+             {},
+             {}});
+        EXPECT_TRUE(f.verify());
+        EXPECT_EQ(g_presented,
+                  presenter ? QStringList{u"Identity Fields Missing From Database|"_s + message}
+                            : QStringList());
+        EXPECT_EQ(f.admin.UpdateTrace().contains(message + crlf), !presenter);
+        for (const QString &change : std::as_const(f.changes))
+            EXPECT_FALSE(change.contains(u"GenreId"_s)) << change.toStdString();
+    }
+    MGImport8::DbStructure::setCriticalMessagePresenter(nullptr);
 }
 
 TEST(StructureSqlServer, VersionCheckAndDropsKeepTheirDecisions)
