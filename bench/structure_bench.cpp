@@ -297,13 +297,17 @@ void BM_BuildFromScratch(benchmark::State &state)
 {
     REQUIRE_CLUSTER(state, fixture);
     auto server = connectServer(fixture);
+    int queries = 0;
     for (auto _ : state) {
         state.PauseTiming();
         const QString database = fixture.newDatabase();
+        g_queries = 0;
         state.ResumeTiming();
         if (!verify(*server, database, fixture.structure))
             state.SkipWithError("build failed");
+        queries = g_queries;
     }
+    state.counters["queries"] = queries;
 }
 
 void BM_PsqlBuildFromScratch(benchmark::State &state)

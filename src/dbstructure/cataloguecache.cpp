@@ -1,5 +1,7 @@
 #include "dbstructure/cataloguecache.h"
 
+#include <QDateTime>
+
 using namespace Qt::StringLiterals;
 
 namespace MGImport8::DbStructure {
@@ -229,6 +231,30 @@ Result<QList<SqlAdmin::IndexInfo>> CatalogueCache::indexes(const SqlAdmin::Objec
     if (!found)
         return Error{found.error()};
     return found.value()->indexes;
+}
+
+void CatalogueCache::indexCreated(const SqlAdmin::ObjectName &table,
+                                  const SqlAdmin::IndexInfo &index)
+{
+    const auto found = m_entries.find(keyOf(table));
+    if (found == m_entries.end() || !found->current)
+        return;
+    found->indexes.removeIf(
+        [&index](const SqlAdmin::IndexInfo &present) { return present.name == index.name; });
+    found->indexes.append(index);
+}
+
+void CatalogueCache::routineCreated(bool views, const SqlAdmin::ObjectName &object)
+{
+    if (views ? m_viewsRead : m_functionsRead)
+        (views ? m_views : m_functions).append({object, QDateTime::currentDateTime(), {}});
+}
+
+void CatalogueCache::routineDropped(bool views, const SqlAdmin::ObjectName &object)
+{
+    (views ? m_views : m_functions).removeIf([&object](const SqlAdmin::RoutineInfo &routine) {
+        return routine.object == object;
+    });
 }
 
 Result<QList<SqlAdmin::RoutineInfo>> CatalogueCache::routines(bool views)

@@ -32,7 +32,14 @@ public:
     void tablesChanged() { m_tablesRead = false; }
     /// The table's columns, key or indexes changed.
     void tableChanged(const SqlAdmin::ObjectName &table);
+    /// An index was created or replaced as `index` says: the cached table takes it in place of
+    /// being read again.
+    void indexCreated(const SqlAdmin::ObjectName &table, const SqlAdmin::IndexInfo &index);
     void routinesChanged(bool views) { (views ? m_viewsRead : m_functionsRead) = false; }
+    /// A routine was created just now: it joins the list without reading the list again, which
+    /// would cost a definition per routine for every one created.
+    void routineCreated(bool views, const SqlAdmin::ObjectName &object);
+    void routineDropped(bool views, const SqlAdmin::ObjectName &object);
 
     /// Catalogue queries sent so far.
     int queries() const { return m_queries; }

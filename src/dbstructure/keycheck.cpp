@@ -99,8 +99,15 @@ bool StructureMaintenance::checkIndex(const QString &tableName, const pugi::xml_
     m_reporter.altering(action + tableName);
     m_reporter.trace(action + tableName + lineEnd);
     const Result<bool> ran = change(statements);
-    if (table)
-        m_catalogue.tableChanged(*table);
+    if (table) {
+        SqlAdmin::IndexInfo made;
+        made.name = present ? present->name : index.name;
+        made.columns = index.columns;
+        if (ran)
+            m_catalogue.indexCreated(*table, made);
+        else
+            m_catalogue.tableChanged(*table);
+    }
     if (!ran) {
         const QString message = u"Cannot add index ("_s + index.name + u") to "_s + tableName
                                 + lineEnd + ran.error();

@@ -244,12 +244,17 @@ bool StructureMaintenance::checkRoutine(bool view, const pugi::xml_node &element
         m_reporter.altering(u"Removing Old "_s + kind + u' ' + name);
         m_reporter.trace(u"Removing Old "_s + kind + u" ("_s + name + u')' + lineEnd);
         (void)change(m_statements->dropRoutine(view ? u'V' : u'F', existing->object));
-        m_catalogue.routinesChanged(view);
+        m_catalogue.routineDropped(view, existing->object);
     }
     m_reporter.altering(u"Adding New "_s + kind + u' ' + name);
     m_reporter.trace(u"Adding New "_s + kind + u' ' + name + lineEnd);
     const Result<bool> created = createRoutine(view ? u'V' : u'F', name, routine.statement);
-    m_catalogue.routinesChanged(view);
+    if (created)
+        m_catalogue.routineCreated(view, {m_kind == SqlAdmin::ServerKind::PostgreSql ? u"public"_s
+                                                                                     : u"dbo"_s,
+                                          name});
+    else
+        m_catalogue.routinesChanged(view);
     if (!created) {
         const QString message = u"Cannot create new "_s + kind + u" ("_s + name + u')' + lineEnd
                                 + created.error() + lineEnd;
