@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QSet>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -71,6 +72,40 @@ void StructureMaintenance::seedKeyed(const SqlAdmin::ObjectName &table, const QS
     bool added = false;
     QString firstError;
     bool inTransaction = false;
+    // Rows wait here while they share their columns, and go in together: one statement for many
+    // rows, falling back to one savepoint per row when any of them fails, so that a failed row
+    // still loses only itself.
+    QStringList pendingNames;
+    QList<QVariantList> pending;
+    auto insertRows = [&](const QList<QVariantList> &rows) -> Result<SqlAdmin::Rows> {
+        QVariantList values;
+        for (const QVariantList &row : rows)
+            values.append(row);
+        const QString insert = m_statements->insertRows(table, pendingNames, rows.size());
+        m_reporter.statement(insert);
+        ++m_changes;
+        (void)session.execute(m_statements->savepoint());
+        Result<SqlAdmin::Rows> inserted = session.query(insert, values);
+        if (!inserted) {
+            (void)session.execute(m_statements->rollbackToSavepoint());
+        } else if (const QString release = m_statements->releaseSavepoint(); !release.isEmpty()) {
+            (void)session.execute(release);
+        }
+        return inserted;
+    };
+    auto flush = [&] {
+        if (pending.isEmpty())
+            return;
+        if (pending.size() == 1 || !insertRows(pending)) {
+            for (const QVariantList &row : std::as_const(pending)) {
+                if (Result<SqlAdmin::Rows> inserted = insertRows({row});
+                    !inserted && firstError.isEmpty())
+                    firstError = inserted.error();
+            }
+        }
+        pending.clear();
+    };
+
     int counter = 0;
     for (const pugi::xpath_node &selected : data.select_nodes("Rows/row")) {
         const pugi::xml_node row = selected.node();
@@ -85,6 +120,7 @@ void StructureMaintenance::seedKeyed(const SqlAdmin::ObjectName &table, const QS
         const QString key = attributeText(row, keyColumn.toUtf8().constData()).trimmed();
         if (present.contains(key))
             continue;
+        present.insert(key);
 
         QStringList names;
         QVariantList values;
@@ -104,21 +140,15 @@ void StructureMaintenance::seedKeyed(const SqlAdmin::ObjectName &table, const QS
         if (!inTransaction && !m_dryRun)
             inTransaction = static_cast<bool>(session.begin());
         added = true;
-        // A failed row goes back to its savepoint and loses only itself.
-        (void)session.execute(m_statements->savepoint());
-        const QString insert = m_statements->insertRow(table, names);
-        m_reporter.statement(insert);
-        ++m_changes;
-        if (Result<SqlAdmin::Rows> inserted = session.query(insert, values); !inserted) {
-            if (firstError.isEmpty())
-                firstError = inserted.error();
-            (void)session.execute(m_statements->rollbackToSavepoint());
-        } else {
-            present.insert(key);
-            if (const QString release = m_statements->releaseSavepoint(); !release.isEmpty())
-                (void)session.execute(release);
-        }
+        const qsizetype perRow = std::max<qsizetype>(1, names.size());
+        const qsizetype batchRows = std::clamp<qsizetype>(m_statements->maxParameters() / perRow, 1,
+                                                          seedBatchRows);
+        if (names != pendingNames || pending.size() >= batchRows)
+            flush();
+        pendingNames = names;
+        pending.append(values);
     }
+    flush();
     if (!added)
         return;
     if (inTransaction) {

@@ -27,6 +27,8 @@ public:
     static inline const QString lineEnd = QStringLiteral("\r\n");
     /// Keyed seed rows between progress events.
     static constexpr int seedProgressStep = 50;
+    /// New keyed seed rows that one INSERT statement carries.
+    static constexpr int seedBatchRows = 500;
     /// Bulk service-port rows between progress events.
     static constexpr int bulkProgressStep = 500;
     /// Steps after which the search for indexes over a retyped column gives up.

@@ -83,6 +83,7 @@ public:
     {
         return u"SELECT "_s + quote(column) + u"::text FROM "_s + table(t);
     }
+    int maxParameters() const override { return 65535; }
     QString savepoint() const override { return u"SAVEPOINT mgimport8_seed_row"_s; }
     QString rollbackToSavepoint() const override
     {
@@ -172,6 +173,8 @@ public:
     {
         return u"SELECT CONVERT(nvarchar(4000), "_s + quote(column) + u") FROM "_s + table(t);
     }
+    // The server takes 2,100 parameters a request; the driver keeps a few for itself.
+    int maxParameters() const override { return 2000; }
     QString savepoint() const override { return u"SAVE TRANSACTION mgimport8_seed_row"_s; }
     QString rollbackToSavepoint() const override
     {
@@ -209,8 +212,8 @@ std::unique_ptr<StructureStatements> StructureStatements::create(SqlAdmin::Serve
     return std::make_unique<SqlServerStatements>();
 }
 
-QString StructureStatements::insertRow(const SqlAdmin::ObjectName &t,
-                                       const QStringList &columns) const
+QString StructureStatements::insertRows(const SqlAdmin::ObjectName &t, const QStringList &columns,
+                                        qsizetype rows) const
 {
     QStringList quoted;
     QStringList marks;
@@ -218,8 +221,12 @@ QString StructureStatements::insertRow(const SqlAdmin::ObjectName &t,
         quoted.append(quote(column));
         marks.append(u"?"_s);
     }
-    return u"INSERT INTO "_s + table(t) + u" ("_s + quoted.join(u", "_s) + u") VALUES ("_s
-           + marks.join(u", "_s) + u')';
+    const QString row = u'(' + marks.join(u", "_s) + u')';
+    QStringList values;
+    for (qsizetype at = 0; at < rows; ++at)
+        values.append(row);
+    return u"INSERT INTO "_s + table(t) + u" ("_s + quoted.join(u", "_s) + u") VALUES "_s
+           + values.join(u", "_s);
 }
 
 } // namespace MGImport8::DbStructure

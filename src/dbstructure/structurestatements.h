@@ -55,8 +55,16 @@ public:
     /// Column names of the table's key column as text, one row per record.
     virtual QString keyValuesQuery(const SqlAdmin::ObjectName &table,
                                    const QString &column) const = 0;
+    /// The most `?` values one statement may carry on the server.
+    virtual int maxParameters() const = 0;
     /// INSERT of one row with `?` for each column.
-    QString insertRow(const SqlAdmin::ObjectName &table, const QStringList &columns) const;
+    QString insertRow(const SqlAdmin::ObjectName &table, const QStringList &columns) const
+    {
+        return insertRows(table, columns, 1);
+    }
+    /// INSERT of `rows` rows with `?` for each value.
+    QString insertRows(const SqlAdmin::ObjectName &table, const QStringList &columns,
+                       qsizetype rows) const;
     /// Marks a point in a transaction that a failed row goes back to, and its undo and release.
     virtual QString savepoint() const = 0;
     virtual QString rollbackToSavepoint() const = 0;

@@ -5,6 +5,7 @@
 //   then matches a fresh build in the catalogue;
 // - the Chinook schema loaded from the corpus script passes the structure file's table checks
 //   without a change;
+// - a seed row the server refuses loses only itself, and the trace says why;
 // - a second run while one holds the database's lock is refused with its message;
 // - BuildDatabase's CREATE diagnoses come from PostgreSQL's own errors.
 #include <MGImport8/sqladmin.h>
@@ -282,6 +283,33 @@ TEST(StructurePostgres, CorpusSchemaPassesTheTableChecksUnchanged)
             << statement.toStdString();
     }
     EXPECT_FALSE(run.trace.contains(u"Data Added to Table (genre)"_s));
+}
+
+TEST(StructurePostgres, AFailedSeedRowLosesOnlyItself)
+{
+    MGIMPORT8_REQUIRE_POSTGRES(cluster);
+    MGImport8::Test::TempFolder folder;
+    const QString file = folder.write(
+        u"kinds.xml"_s,
+        R"(<DatabaseStructure><Database><Tables><Table Name="kinds"><SQL><Table>CREATE TABLE kinds
+(id integer PRIMARY KEY, name varchar(5) NOT NULL, since timestamp)</Table></SQL>
+<Data KeyColumn="id"><Rows><row id="1" name="ok" since="2007-11-28T10:00:00"/><row id="2" name="far too long"/>
+<row id="3" name="fine"/><row id="1" name="again"/></Rows></Data></Table></Tables></Database></DatabaseStructure>)");
+    ASSERT_TRUE(cluster->psqlSteps({{u"postgres"_s, u"CREATE DATABASE seed_rows"_s}}));
+    auto admin = connectedAdmin(cluster);
+    const Reported run = verify(*admin, u"seed_rows"_s, file);
+    EXPECT_TRUE(run.result);
+    EXPECT_TRUE(run.trace.contains(u"Error adding data to Table (kinds)"_s))
+        << run.trace.toStdString();
+    EXPECT_TRUE(run.trace.contains(u"value too long"_s)) << run.trace.toStdString();
+    EXPECT_EQ(
+        scalar(cluster, u"seed_rows"_s,
+               u"SELECT string_agg(id || name || coalesce(since::text, '-'), ',' ORDER BY id) "
+               u"FROM kinds"_s),
+        u"1ok2007-11-28 10:00:00,3fine-"_s);
+    // The rows that went in are there on the next run; the refused one is tried again.
+    const Reported again = verify(*admin, u"seed_rows"_s, file);
+    EXPECT_EQ(again.statements.size(), 1) << again.statements.join(u'\n').toStdString();
 }
 
 TEST(StructurePostgres, ASecondRunWhileTheLockIsHeldIsRefused)
