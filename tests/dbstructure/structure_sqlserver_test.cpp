@@ -3,6 +3,8 @@
 // - a verification writes the exact trace, events and progress, and sends the repairs as
 //   statements: function replaced by date, column widened and added, default constraint by
 //   name, key added, indexes rebuilt WITH DROP_EXISTING (fill factor kept), seed rows by key;
+// - a file that cannot be read stops the run before any event; one that is not XML, or is huge
+//   and empty of objects, runs through with nothing done;
 // - failed creations stop the run with their messages, a table after exactly one retry;
 // - the table version check and the drops keep their always-true decisions and texts;
 // - an identity the database lacks is shown through the installed presenter, or without one
@@ -199,6 +201,41 @@ TEST(StructureSqlServer, RepairsAreSentAsStatementsWithTheExactTrace)
     EXPECT_TRUE(f.events.contains(u"Adding Column ArtistId to Table Album"_s));
     EXPECT_EQ(f.events.last(), u"Adding New View vw_AlbumTitles"_s);
     EXPECT_FALSE(f.admin.UpdateTrace().contains(password));
+}
+
+TEST(StructureSqlServer, UnreadableFilesStopAndNonXmlFilesDoNothing)
+{
+    MGImport8::Test::TempFolder folder;
+    {
+        Fixture f;
+        const QString missing = folder.path() + u"/missing.xml"_s;
+        EXPECT_FALSE(f.admin.UpdateDatabaseStructure(f.admin.GetDatabase(u"nodes"_s), missing));
+        EXPECT_TRUE(f.admin.LastError().startsWith(u"Cannot open Database Structure file ("_s
+                                                   + missing + u")\r\n\r\n"_s));
+        EXPECT_EQ(f.admin.UpdateTrace(),
+                  u"Verifying Database structure : missing\r\n\r\n"_s + f.admin.LastError() + crlf);
+        EXPECT_TRUE(f.progress.isEmpty());
+    }
+    QByteArray huge = "<DatabaseStructure><Database><Tables>";
+    for (int at = 0; at < 200000; ++at)
+        huge += "<Nothing/>";
+    const struct
+    {
+        const char *name;
+        QByteArray text;
+    } empty[] = {{"not_xml", "CREATE TABLE x (a int)"},
+                 {"unclosed", "<DatabaseStructure><Database><Tables><Table Name=\"Genre\">"},
+                 {"huge_unclosed", huge}};
+    for (const auto &c : empty) {
+        SCOPED_TRACE(c.name);
+        Fixture f;
+        const QString file = folder.write(QString::fromLatin1(c.name) + u".xml"_s, c.text);
+        EXPECT_TRUE(f.admin.UpdateDatabaseStructure(f.admin.GetDatabase(u"nodes"_s), file));
+        EXPECT_EQ(f.admin.UpdateTrace(),
+                  u"Verifying Database structure : "_s + QString::fromLatin1(c.name) + crlf + crlf);
+        EXPECT_EQ(f.progress, (QList<int>{0, 0, 0}));
+        EXPECT_TRUE(f.changes.isEmpty());
+    }
 }
 
 TEST(StructureSqlServer, FailedCreationsStopTheRunWithTheirMessages)
