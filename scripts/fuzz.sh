@@ -16,7 +16,7 @@ declare -A extra=([access]="${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/acce
 targets+=(ssrp)
 targets+=(connectionstring)
 targets+=(workbook xls)
-targets+=(dictionary)
+targets+=(dictionary structurefile)
 # The .xls reader starts from the shared workbooks, read in place.
 extra[xls]="${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/spreadsheets/calamine ${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/spreadsheets/xlrd -max_len=1048576"
 cmake --build "$build" --parallel "$(nproc)" --target "${targets[@]/%/_fuzz}"

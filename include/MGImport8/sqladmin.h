@@ -179,6 +179,42 @@ public:
     /// Set when `TestDMO` found an older library and launched its registration.
     bool reRegistered() const;
 
+    /// Brings `Database` (from `GetDatabase`) into line with the structure file: functions, then
+    /// tables with their columns, keys, indexes and seed rows, then views. Each step raises
+    /// `AlteringDatabase` and appends to `UpdateTrace`; progress goes to
+    /// `UpdateDBStructureProgress`. False when the file cannot be read or an object cannot be
+    /// created; what was changed before stays changed.
+    Q_INVOKABLE bool UpdateDatabaseStructure(SqlAdmin::ManagedDatabase *Database,
+                                             const QString &StructureFile);
+    /// Creates the database with the structure file's CREATE command, its name and data folder
+    /// put in, and builds the file's objects in it. True once the CREATE did not fail.
+    Q_INVOKABLE bool BuildDatabase(const QString &DatabaseName, const QString &DatabaseFilePath,
+                                   const QString &StructureFile);
+    /// Copies a template database file into place and attaches it (on PostgreSQL: creates the
+    /// database and runs the template's SQL in it).
+    Q_INVOKABLE bool CreateDatabase(const QString &DatabaseName, const QString &DatabaseFile,
+                                    const QString &TemplateFile);
+    /// Writes the structure file of `Database` (from `GetDatabase`) to `FileName`, with the rows
+    /// of the tables named in `DataTables` as seed data. False, with the reason in `LastError`,
+    /// when the catalogue cannot be read or the file written.
+    Q_INVOKABLE bool WriteXMLStructureFile(SqlAdmin::ManagedDatabase *Database,
+                                           const QString &FileName,
+                                           const QStringList &DataTables = {});
+
+    /// With a dry run, `UpdateDatabaseStructure` holds all its changes in one transaction and
+    /// rolls it back at the end; statements a transaction cannot hold are announced through
+    /// `StructureStatement` and not run. Off by default.
+    void setStructureDryRun(bool DryRun);
+
+Q_SIGNALS:
+    /// The step that structure maintenance is about to take.
+    void AlteringDatabase(QString Text);
+    /// The percentage of the current phase of structure maintenance.
+    void UpdateDBStructureProgress(int Percent);
+    /// A statement that structure maintenance runs to change the database, before it runs.
+    void StructureStatement(QString Statement);
+
+public:
     struct Private;
 
 private:

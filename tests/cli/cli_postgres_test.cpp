@@ -4,10 +4,14 @@
 // - `import --server` prints the same records psql reads, for a table and for a query, and maps
 //   columns by their field names;
 // - a wrong password stops the import with the wizard's message and status 2; the password never
-//   appears in any output.
+//   appears in any output;
+// - `structure build` makes a database from a structure file; `structure verify --dry-run` prints
+//   the repairs it would make and leaves the database as it was; `verify` makes them and a
+//   second run prints no change; `export --data` writes the seed rows of the tables named.
 #include "pgcluster.h"
 #include "testsupport.h"
 
+#include <QFile>
 #include <QProcess>
 
 using namespace Qt::StringLiterals;
@@ -135,6 +139,65 @@ TEST_F(CliPostgres, stopsOnAWrongPassword)
                                      + cluster->tcpServerName() + u"\n"_s))
         << wrong.err.toStdString();
     EXPECT_FALSE(wrong.err.contains(u"not it"_s));
+}
+
+TEST_F(CliPostgres, structureBuildsVerifiesWithADryRunAndExports)
+{
+    MGIMPORT8_REQUIRE_POSTGRES(cluster);
+    const QString superFile = folder.write(u"super"_s, QByteArray(PgCluster::superPassword) + "\n");
+    const QStringList super{u"--server"_s,        cluster->tcpServerName(),
+                            u"--server-type"_s,   u"PostgreSQL"_s,
+                            u"--user"_s,          QString::fromLatin1(PgCluster::superUser),
+                            u"--password-file"_s, superFile,
+                            u"--database"_s,      u"cli_chinook"_s};
+    const QString structure = QStringLiteral(MGIMPORT8_CHINOOK_STRUCTURE);
+    const ToolRun built = run(QStringList{u"structure"_s, u"build"_s} + super
+                              + QStringList{u"--path"_s, folder.path(), structure});
+    ASSERT_EQ(built.status, 0) << built.err.toStdString();
+    EXPECT_TRUE(built.out.startsWith(u"Verifying Database structure : chinook_postgres\n\n"_s))
+        << built.out.toStdString();
+    EXPECT_TRUE(built.err.contains(u"progress 100%\n"_s));
+    EXPECT_FALSE(built.err.contains(QString::fromLatin1(PgCluster::superPassword)));
+
+    ASSERT_TRUE(cluster->psqlSteps({{u"cli_chinook"_s, u"ALTER TABLE customer DROP COLUMN fax"_s}}));
+    const ToolRun dry = run(QStringList{u"structure"_s, u"verify"_s, u"--dry-run"_s} + super
+                            + QStringList{structure});
+    ASSERT_EQ(dry.status, 0) << dry.err.toStdString();
+    EXPECT_TRUE(dry.out.startsWith(u"Dry run: "_s));
+    EXPECT_TRUE(dry.out.contains(u"SQL: ALTER TABLE \"public\".\"customer\" ADD COLUMN \"fax\" "
+                                 u"character varying(24) NULL\nAdded customer.fax to Database\n"_s))
+        << dry.out.toStdString();
+    QString columns;
+    ASSERT_TRUE(cluster->psql(u"cli_chinook"_s,
+                              u"SELECT count(*) FROM information_schema.columns WHERE table_name "
+                              u"= 'customer' AND column_name = 'fax'"_s,
+                              &columns));
+    EXPECT_EQ(columns, u"0"_s);
+
+    const ToolRun repaired = run(QStringList{u"structure"_s, u"verify"_s} + super
+                                 + QStringList{structure});
+    ASSERT_EQ(repaired.status, 0) << repaired.err.toStdString();
+    EXPECT_TRUE(repaired.out.contains(u"Added customer.fax to Database\n"_s));
+    EXPECT_FALSE(repaired.out.contains(u"SQL: "_s));
+    const ToolRun again = run(QStringList{u"structure"_s, u"verify"_s} + super
+                              + QStringList{structure});
+    EXPECT_FALSE(again.out.contains(u"Added"_s)) << again.out.toStdString();
+
+    const QString exported = folder.path() + u"/export.xml"_s;
+    const ToolRun exportRun = run(QStringList{u"structure"_s, u"export"_s} + super
+                                  + QStringList{u"--data"_s, u"genre,media_type"_s, exported});
+    ASSERT_EQ(exportRun.status, 0) << exportRun.err.toStdString();
+    QFile file(exported);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(file.readAll());
+    EXPECT_TRUE(text.contains(u"<row media_type_id=\"1\" name=\"MPEG audio file\" />"_s));
+    EXPECT_TRUE(text.contains(u"<Data KeyColumn=\"genre_id\">"_s));
+
+    const ToolRun missing = run(QStringList{u"structure"_s, u"verify"_s} + super
+                                + QStringList{folder.path() + u"/none.xml"_s});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(missing.err.startsWith(u"Cannot open Database Structure file ("_s))
+        << missing.err.toStdString();
 }
 
 } // namespace

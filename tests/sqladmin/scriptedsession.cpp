@@ -16,7 +16,8 @@ public:
     {
         m_server.sent.append({m_database, statement, values});
         for (const ScriptedServer::Answer &answer : std::as_const(m_server.answers)) {
-            if (!statement.contains(answer.contains))
+            if (!statement.contains(answer.contains)
+                || (!answer.values.isEmpty() && answer.values != values))
                 continue;
             if (!answer.error.isEmpty())
                 return Error{answer.error};

@@ -30,6 +30,8 @@ struct ScriptedServer
         QString contains;
         SqlAdmin::Rows rows;
         QString error;
+        /// When not empty, the answer is only for statements sent with exactly these values.
+        QVariantList values = {};
     };
     QList<Answer> answers;
     QList<SentStatement> sent;

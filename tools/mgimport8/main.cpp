@@ -4,6 +4,7 @@
 #include "methodscommand.h"
 #include "output.h"
 #include "serverscommand.h"
+#include "structurecommand.h"
 
 #include "common/componentfolder.h"
 
@@ -71,6 +72,10 @@ void printUsage(QTextStream &stream)
               "                     the folders of MGIMPORT8_METHODS_PATH.\n"
               "  servers            List the SQL Servers found on the network and among the\n"
               "                     registered servers.\n"
+              "  structure verify|build|export --server NAME --database NAME [options] FILE\n"
+              "                     Verify a database against a structure file (--dry-run to\n"
+              "                     see what would change), build one from it (--path DIR),\n"
+              "                     or export one to it (--data TABLE,...).\n"
               "\n"
               "Run 'mgimport8 COMMAND --help' for a command's options.\n";
 }
@@ -104,6 +109,9 @@ int main(int argc, char **argv)
     } else if (command == "dictionary"_L1) {
         arguments.removeAt(1);
         status = runDictionary(arguments);
+    } else if (command == "structure"_L1) {
+        arguments.removeAt(1);
+        status = runStructure(arguments);
     } else if (command == "servers"_L1) {
         arguments.removeAt(1);
         status = runServers(arguments);

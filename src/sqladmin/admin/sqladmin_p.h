@@ -39,6 +39,9 @@ struct SQLAdmin::Private
     QString databaseUserPassword;
     QString serverType = SQLAdmin::SqlServerType;
     bool reRegistered = false;
+    /// Sees every statement that structure maintenance runs to change a database.
+    std::function<void(const QString &)> structureStatement;
+    bool structureDryRun = false;
 
     SqlAdmin::ServerKind kind() const;
     SqlAdmin::LoginSettings login() const;
