@@ -1,5 +1,7 @@
 #include "dbstructure/datadictionary.h"
 
+#include "dbstructure/columnspelling.h"
+
 #include "sqladmin/dialect.h"
 #include "sqladmin/manageddatabase.h"
 
@@ -160,7 +162,8 @@ Result<bool> fillUpdate(ManagedDatabase &database, ServerKind kind, const QStrin
             if (existing.value())
                 continue;
             log += u"        Added Field: "_s + column.name + crlf;
-            const DictionaryColumnType type = dictionaryColumnType(kind, column);
+            // "DataType" and "Length" are spelled as the structure export spells them.
+            const ColumnSpelling type = spellColumn(column);
             pugi::xml_node field = appendElement(fields, "Field");
             appendAttribute(field, "Name", column.name);
             appendAttribute(field, "Priority", u"10"_s);
@@ -190,13 +193,6 @@ Error templateError(const QString &fileName, const QString &reason)
 
 } // namespace
 
-// The structure export spells a column's type the same way; this is the one place the dictionary
-// decides it, so that both can share one spelling.
-DictionaryColumnType dictionaryColumnType(ServerKind, const ColumnInfo &column)
-{
-    return {column.typeName, QString::number(column.length)};
-}
-
 QString dictionaryTableName(ServerKind kind, const ObjectName &table)
 {
     if (table.schema == SqlAdmin::Dialect::create(kind)->defaultSchema())
@@ -222,7 +218,7 @@ Result<bool> writeDataDictionary(ManagedDatabase &database, ServerKind kind, con
         if (!read)
             return templateError(fileName, read.error());
         for (const ColumnInfo &info : std::as_const(read.value())) {
-            const DictionaryColumnType type = dictionaryColumnType(kind, info);
+            const ColumnSpelling type = spellColumn(info);
             pugi::xml_node column = appendElement(columns, "Column");
             appendAttribute(column, "Name", info.name);
             appendAttribute(column, "Parse", {});

@@ -12,18 +12,6 @@ class ManagedDatabase;
 
 namespace MGImport8::DbStructure {
 
-/// A column's type as the dictionary writes it in its "DataType" and "Length" attributes.
-struct DictionaryColumnType
-{
-    QString dataType;
-    QString length;
-};
-
-/// The type name as the server reports it ("nvarchar", "character varying") and the declared
-/// length in decimal (characters for character types, bytes for fixed ones, -1 for unbounded).
-DictionaryColumnType dictionaryColumnType(SqlAdmin::ServerKind kind,
-                                          const SqlAdmin::ColumnInfo &column);
-
 /// The table's name as the dictionary writes it: bare in the server's default schema,
 /// "schema.table" elsewhere, so that tables of two schemas cannot share an entry.
 QString dictionaryTableName(SqlAdmin::ServerKind kind, const SqlAdmin::ObjectName &table);
