@@ -5,8 +5,10 @@
 #include "wizard/qt/importgridmodel.h"
 #include "wizard/qt/importtableview.h"
 #include "wizard/qt/mappingdelegate.h"
+#include "wizard/qt/pinnedrowview.h"
 #include "wizard/qt/sourcepages.h"
 #include "wizard/qt/widgetmirror.h"
+#include "wizard/qt/wizardmessagebox.h"
 #include "wizard/wizardcontroller.h"
 
 #include <MGImport8/engine.h>
@@ -101,11 +103,15 @@ void WizardForm::buildWindow(Engine &engine)
     m_gridPages = new GridPages(*m_controller, this);
     m_sourcePages->addPages(m_pages);
     m_gridPages->addPages(m_pages);
+    connect(m_gridPages, &GridPages::failed, this,
+            [this](const QString &text) { showMessage(text, MessageIcon::Critical, {}); });
     layout->addWidget(m_pages, 1);
 
     m_gridModel = new ImportGridModel(m_controller->grid(), this);
     m_table = new ImportTableView(this);
     m_table->setItemDelegate(new MappingDelegate(*m_controller, m_table));
+    // A delegate serves one view: its commit and close signals go to every view it is set on.
+    m_table->pinnedRow()->setItemDelegate(new MappingDelegate(*m_controller, m_table->pinnedRow()));
     m_table->setGridModel(m_gridModel);
     m_table->setSelectionColors(quint32(engine.ForeColorSel()), quint32(engine.BackColorSel()));
     m_table->hide();
@@ -145,11 +151,9 @@ bool WizardForm::run()
 
 void WizardForm::showMessage(const QString &text, MessageIcon icon, const QString &title)
 {
-    QMessageBox box(boxIcon(icon),
-                    title.isEmpty() ? QGuiApplication::applicationDisplayName() : title, text,
-                    QMessageBox::Ok, isVisible() ? this : parentWidget());
-    box.setObjectName(u"WizardMessage"_s);
-    box.setTextFormat(Qt::PlainText);
+    WizardMessageBox box(boxIcon(icon),
+                         title.isEmpty() ? QGuiApplication::applicationDisplayName() : title, text,
+                         isVisible() ? this : parentWidget());
     // The box waits for the user even while the hourglass is up.
     if (m_busy)
         QApplication::setOverrideCursor(Qt::ArrowCursor);

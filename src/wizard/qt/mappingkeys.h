@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QKeyEvent>
+
+namespace MGImport8 {
+
+/// F4 and Alt+Down open a cell's drop-down list, as they do in any combo box.
+inline bool opensMappingChoice(const QKeyEvent &event)
+{
+    return (event.key() == Qt::Key_F4 && event.modifiers() == Qt::NoModifier)
+           || (event.key() == Qt::Key_Down && event.modifiers() == Qt::AltModifier);
+}
+
+} // namespace MGImport8
