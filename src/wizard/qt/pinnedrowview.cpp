@@ -39,8 +39,6 @@ void PinnedRowView::follow()
 {
     if (model() != m_grid->model())
         setModel(m_grid->model());
-    if (selectionModel() != m_grid->selectionModel() && m_grid->selectionModel())
-        setSelectionModel(m_grid->selectionModel());
     setEditTriggers(m_grid->editTriggers());
     if (!model())
         return;

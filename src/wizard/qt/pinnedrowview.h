@@ -6,8 +6,9 @@ namespace MGImport8 {
 
 /// The mapping row kept in sight: a one-row view laid over the top of the working grid while the
 /// grid is scrolled down, so the user always sees which column goes where. It shares the grid's
-/// model and selection, and gets a delegate of the same kind, so its cells are the mapping row itself
-/// (same drop-down, same colours, same edit rule); at the top of the table it hides and the grid's own row 0 shows.
+/// model and gets a delegate of the same kind, so its cells are the mapping row itself
+/// (same drop-down, same colours, same edit rule). Its selection is its own: a pick there must not
+/// move the grid's current cell, which would scroll the grid back to the top. At the top of the table it hides and the grid's own row 0 shows.
 class PinnedRowView : public QTableView
 {
     Q_OBJECT
@@ -16,7 +17,7 @@ public:
     /// `grid` is the view it lies over; it becomes the parent.
     explicit PinnedRowView(QTableView *grid);
 
-    /// Follows the grid: model, selection, edit triggers, column widths and the horizontal scroll.
+    /// Follows the grid: model, edit triggers, column widths and the horizontal scroll.
     void follow();
     /// Shows or hides itself over the top of the grid's viewport.
     void place(bool pinned);

@@ -13,9 +13,11 @@
 
 #include <MGImport8/engine.h>
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QFileDialog>
 #include <QHBoxLayout>
+#include <QHash>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
@@ -27,6 +29,39 @@ using namespace Qt::StringLiterals;
 namespace MGImport8 {
 
 namespace {
+
+/// What a screen reader calls the controls that have no caption of their own.
+const QHash<QString, QString> &spokenNames()
+{
+    static const QHash<QString, QString> names{
+        {u"ImportTypeList"_s, u"Import methods"_s}, {u"Filename"_s, u"File name"_s},
+        {u"cmdSelectFile"_s, u"Choose the file"_s}, {u"ServerName"_s, u"Server"_s},
+        {u"LoginName"_s, u"Login name"_s},          {u"LoginPassword"_s, u"Password"_s},
+        {u"DatabaseName"_s, u"Database"_s},         {u"DatabaseTable"_s, u"Table"_s},
+        {u"Worksheet"_s, u"Worksheet"_s},           {u"txtOtherDelimit"_s, u"Other delimiters"_s},
+        {u"OptionsList"_s, u"Import options"_s},    {u"FilterTable"_s, u"Filters"_s},
+        {u"Wizard"_s, u"Wizard panels"_s},
+    };
+    return names;
+}
+
+/// Gives every named control an accessible name: its caption, a spoken name, or its own name.
+void nameForScreenReaders(QWidget &window)
+{
+    const QList<QWidget *> widgets = window.findChildren<QWidget *>();
+    for (QWidget *widget : widgets) {
+        const QString name = widget->objectName();
+        if (name.isEmpty() || name.startsWith(u"qt_"_s) || !widget->accessibleName().isEmpty())
+            continue;
+        const auto *button = qobject_cast<QAbstractButton *>(widget);
+        if (const auto spoken = spokenNames().constFind(name); spoken != spokenNames().cend())
+            widget->setAccessibleName(*spoken);
+        else if (button && !button->text().isEmpty())
+            widget->setAccessibleName(QString(button->text()).remove(u'&'));
+        else if (!qobject_cast<QLabel *>(widget)) // a label is read by its text, which changes
+            widget->setAccessibleName(name);
+    }
+}
 
 /// The window's size when it opens, in pixels.
 constexpr QSize InitialSize(760, 560);
@@ -68,6 +103,7 @@ WizardForm::WizardForm(Engine &engine, QWidget *parent)
     setObjectName(u"WizardForm"_s);
     m_controller = std::make_unique<WizardController>(engine, *this);
     buildWindow(engine);
+    nameForScreenReaders(*this);
 }
 
 WizardForm::~WizardForm()

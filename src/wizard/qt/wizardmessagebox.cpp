@@ -1,12 +1,18 @@
 #include "wizard/qt/wizardmessagebox.h"
 
 #include <QLabel>
-#include <QLayout>
 #include <QScreen>
 
 using namespace Qt::StringLiterals;
 
 namespace MGImport8 {
+
+namespace {
+
+/// Room left beside the text for the icon, the margins and the window frame, in pixels.
+constexpr int ScreenMargin = 160;
+
+} // namespace
 
 WizardMessageBox::WizardMessageBox(Icon icon, const QString &title, const QString &text,
                                    QWidget *parent)
@@ -18,20 +24,18 @@ WizardMessageBox::WizardMessageBox(Icon icon, const QString &title, const QStrin
 
 void WizardMessageBox::showEvent(QShowEvent *event)
 {
-    // The box sizes itself here, wrapping any line longer than about half the screen.
-    QMessageBox::showEvent(event);
-    auto *label = findChild<QLabel *>(u"qt_msgbox_label"_s);
-    if (!label || !label->wordWrap() || !layout())
-        return;
-    label->setWordWrap(false);
-    layout()->invalidate();
-    const QSize wanted = layout()->totalSizeHint();
-    const int room = screen() ? screen()->availableGeometry().width() : wanted.width();
-    if (wanted.width() > room) {
-        label->setWordWrap(true); // wider than the screen: wrapping is the lesser evil
-        return;
+    // The box sizes itself when shown, wrapping its text at about half the screen's width. A label
+    // at least as wide as the text's longest line may still wrap, but never splits a line.
+    if (auto *label = findChild<QLabel *>(u"qt_msgbox_label"_s)) {
+        int longest = 0;
+        const QStringList lines = text().split(u'\n');
+        for (const QString &line : lines)
+            longest = std::max(longest, label->fontMetrics().horizontalAdvance(line.trimmed()));
+        const int room = screen() ? screen()->availableGeometry().width() - ScreenMargin
+                                  : longest + 1;
+        label->setMinimumWidth(std::min(longest + 1, room));
     }
-    setFixedSize(std::max(width(), wanted.width()), wanted.height());
+    QMessageBox::showEvent(event);
 }
 
 } // namespace MGImport8
