@@ -78,8 +78,9 @@ bool ImportTableView::hasMappingRow() const
 
 int ImportTableView::cellWidth(int row, int column) const
 {
-    // The delegate's own measure: check boxes, bold and the mapping row's font included.
-    return sizeHintForIndex(m_gridModel->index(row, column)).width();
+    // The delegate's own measure (check boxes, bold and the mapping row's font included), and the
+    // grid line, which takes a pixel of the cell.
+    return sizeHintForIndex(m_gridModel->index(row, column)).width() + (showGrid() ? 1 : 0);
 }
 
 void ImportTableView::widenRows(int firstRow, int lastRow, int firstColumn, int lastColumn)
