@@ -9,6 +9,8 @@
 #include <QHelpEvent>
 #include <QKeyEvent>
 #include <QScrollBar>
+#include <QStyle>
+#include <QStyleOptionViewItem>
 #include <QToolTip>
 
 #include <cmath>
@@ -78,9 +80,37 @@ bool ImportTableView::hasMappingRow() const
 
 int ImportTableView::cellWidth(int row, int column) const
 {
-    // The delegate's own measure (check boxes, bold and the mapping row's font included), and the
-    // grid line, which takes a pixel of the cell.
-    return sizeHintForIndex(m_gridModel->index(row, column)).width() + (showGrid() ? 1 : 0);
+    // The grid line takes a pixel of the cell.
+    const int gridLine = showGrid() ? 1 : 0;
+    const ImportGrid &grid = m_gridModel->grid();
+    // Plain text cells, nearly all of them, are measured with the font's cached advances: the
+    // delegate's measure lays the text out, which would cost more than painting the screen.
+    if (m_textPadding >= 0 && (row > 0 || !hasMappingRow())
+        && grid.checkState(row, column) == CheckState::None) {
+        const CellStyle style = grid.style(row, column);
+        if (!style.bold && !style.fontSize) {
+            const QString text = grid.text(row, column);
+            return text.isEmpty()
+                       ? 0
+                       : fontMetrics().horizontalAdvance(text) + m_textPadding + gridLine;
+        }
+    }
+    // The rest (the mapping row's font, tick boxes, bold) as the delegate draws them.
+    return sizeHintForIndex(m_gridModel->index(row, column)).width() + gridLine;
+}
+
+void ImportTableView::measureTextPadding()
+{
+    // What the style adds around a line of text in a cell, measured once on a probe.
+    const QString probe = QStringLiteral("Xg");
+    QStyleOptionViewItem option;
+    initViewItemOption(&option);
+    option.text = probe;
+    option.features |= QStyleOptionViewItem::HasDisplay;
+    const int measured
+        = style()->sizeFromContents(QStyle::CT_ItemViewItem, &option, QSize(), this).width();
+    // One pixel more than the probe shows: a laid-out line may round up where advances do not.
+    m_textPadding = std::max(0, measured - fontMetrics().horizontalAdvance(probe) + 1);
 }
 
 void ImportTableView::widenRows(int firstRow, int lastRow, int firstColumn, int lastColumn)
@@ -121,6 +151,7 @@ void ImportTableView::fitToContents()
         return;
     const int rows = m_gridModel->rowCount();
     const int columns = m_gridModel->columnCount();
+    measureTextPadding();
     for (int column = 0; column < columns; ++column)
         setColumnWidth(column, horizontalHeader()->sectionSizeHint(column));
     // The start, the middle and the end of the table, so names far down count from the start.

@@ -57,11 +57,14 @@ protected:
 private:
     /// The width a cell asks for, as the delegate draws it.
     int cellWidth(int row, int column) const;
+    void measureTextPadding();
     void widenRows(int firstRow, int lastRow, int firstColumn, int lastColumn);
     void placePinnedRow();
 
     ImportGridModel *m_gridModel = nullptr;
     PinnedRowView *m_pinned = nullptr;
+    /// The width the style adds to a plain cell's text; -1 until measured.
+    int m_textPadding = -1;
     bool m_syncing = false;
 };
 
