@@ -261,7 +261,8 @@ void ImportTableView::keyPressEvent(QKeyEvent *event)
         // The mapping cell of the current column; the wizard decides whether it may be edited.
         const QModelIndex mapping = m_gridModel->index(0, currentIndex().column());
         setCurrentIndex(mapping);
-        edit(mapping);
+        if (edit(mapping, QAbstractItemView::EditKeyPressed, event))
+            openDropDown(indexWidget(mapping));
         event->accept();
         return;
     }

@@ -130,7 +130,8 @@ void PinnedRowView::place(bool pinned)
 void PinnedRowView::keyPressEvent(QKeyEvent *event)
 {
     if (opensMappingChoice(*event) && currentIndex().isValid()) {
-        edit(currentIndex());
+        if (edit(currentIndex(), QAbstractItemView::EditKeyPressed, event))
+            openDropDown(indexWidget(currentIndex()));
         event->accept();
         return;
     }

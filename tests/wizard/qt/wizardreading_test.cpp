@@ -7,7 +7,8 @@
 // - a message box keeps the lines its text breaks, each whole;
 // - "Detect delimiters" and "Match names from the first line" on a plain header line;
 // - the rows the host skipped are listed with their line and status, and saved for a new import;
-// - every control has an accessible name.
+// - every control has an accessible name;
+// - the window follows a dark system palette, except for the mapping row's fixed colours.
 #include "formfixture.h"
 
 #include <QApplication>
@@ -168,6 +169,8 @@ TEST_F(WizardReadingTest, CutCellsShowTheirTextAndF4OpensTheMappingChoice)
             auto *choices = table->findChild<QComboBox *>(u"MappingChoice"_s);
             ASSERT_NE(choices, nullptr) << "key " << opener.key << " opened no drop-down";
             EXPECT_EQ(table->currentIndex(), table->model()->index(0, 3));
+            EXPECT_TRUE(choices->view()->isVisible()) << "the list is not open";
+            choices->hidePopup();
             QTest::keyClick(choices, Qt::Key_Escape);
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         }
@@ -302,6 +305,33 @@ TEST_F(WizardReadingTest, SkippedRowsAreListedAndSavedForANewImport)
         click(form, u"cmdCancel"_s);
     });
     EXPECT_FALSE(startWizard());
+}
+
+TEST_F(WizardReadingTest, DarkPaletteIsFollowedExceptForTheFixedColours)
+{
+    const QPalette before = QApplication::palette();
+    QPalette dark = before;
+    dark.setColor(QPalette::Base, QColor(30, 30, 30));
+    dark.setColor(QPalette::Text, QColor(230, 230, 230));
+    dark.setColor(QPalette::Window, QColor(45, 45, 45));
+    dark.setColor(QPalette::WindowText, QColor(230, 230, 230));
+    QApplication::setPalette(dark);
+    walkToMapping(nodesFile());
+    user.then([dark](QWidget &form) {
+        QTableView *table = importTable(form);
+        ASSERT_NE(table, nullptr);
+        EXPECT_EQ(table->palette().color(QPalette::Base), dark.color(QPalette::Base));
+        EXPECT_EQ(form.palette().color(QPalette::Window), dark.color(QPalette::Window));
+        QAbstractItemModel *model = gridModel(form);
+        // Data cells take the palette's colours; the mapping row keeps its grey.
+        EXPECT_FALSE(model->index(3, 1).data(Qt::ForegroundRole).isValid());
+        EXPECT_FALSE(model->index(3, 1).data(Qt::BackgroundRole).isValid());
+        EXPECT_EQ(model->index(0, 1).data(Qt::BackgroundRole).value<QColor>(),
+                  QColor(200, 200, 200));
+        click(form, u"cmdCancel"_s);
+    });
+    EXPECT_TRUE(startWizard());
+    QApplication::setPalette(before);
 }
 
 TEST_F(WizardReadingTest, EveryControlHasAnAccessibleNameAndNewButtonsAMnemonic)
