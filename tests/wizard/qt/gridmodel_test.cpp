@@ -3,10 +3,8 @@
 //   mapping row's insertion, the tick column moving and shrinking, bulk tick changes and a clear;
 // - roles: ticks only in check cells, colours as 0x00BBGGRR, bold and font size;
 // - legacy file patterns become Qt name filters (table-driven);
-// - every method icon key has a picture of its own, drawn afresh (not stretched) at twice the scale;
-// - column headings: source numbers from 1, the tick column a heading of its own.
+// - every method icon key has a picture of its own, drawn afresh (not stretched) at twice the scale.
 #include "qtwarnings.h"
-#include "wizard/gridrules.h"
 #include "wizard/importgrid.h"
 #include "wizard/legacyfilefilter.h"
 #include "wizard/qt/importgridmodel.h"
@@ -189,21 +187,6 @@ TEST(MethodIconsTest, PicturesAreDrawnSharpAtTwiceTheScale)
         EXPECT_NE(sharp.toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied), stretched)
             << key.toStdString() << " is the small picture stretched";
     }
-}
-
-TEST_F(GridModelTest, TickColumnHeadingLeavesSourceNumbersAlone)
-{
-    ImportGrid grid;
-    fill(grid, 3, 3);
-    ImportGridModel model(grid);
-    EXPECT_EQ(model.headerData(0, Qt::Horizontal).toInt(), 1);
-    EXPECT_EQ(model.headerData(2, Qt::Horizontal).toInt(), 3);
-    GridRules::insertMappingRow(grid);
-    GridRules::addSelectionColumn(grid);
-    EXPECT_EQ(model.headerData(0, Qt::Horizontal).toString(), ImportGridModel::tickHeading());
-    EXPECT_EQ(model.headerData(1, Qt::Horizontal).toInt(), 1);
-    EXPECT_EQ(model.headerData(3, Qt::Horizontal).toInt(), 3);
-    EXPECT_FALSE(model.headerData(4, Qt::Horizontal).isValid());
 }
 
 } // namespace
