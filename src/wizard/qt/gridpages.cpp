@@ -13,6 +13,7 @@
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
@@ -48,6 +49,8 @@ QPushButton *newButton(const QString &caption, const QString &name, QWidget *par
     auto *button = new QPushButton(caption, parent);
     button->setObjectName(name);
     button->setAccessibleName(QString(caption).remove(u'&'));
+    // Return always means Next; the space bar presses the button in focus.
+    button->setAutoDefault(false);
     return button;
 }
 
@@ -140,6 +143,8 @@ QWidget *GridPages::optionsPage()
 
     connect(m_options, &QTableWidget::cellClicked, this,
             [this](int row) { m_controller.optionClicked(row); });
+    // The space bar ticks the option in focus, as a click does.
+    m_options->installEventFilter(this);
     return page;
 }
 
@@ -179,6 +184,17 @@ QWidget *GridPages::importPage()
     layout->addLayout(buttons);
     connect(m_saveSkipped, &QPushButton::clicked, this, &GridPages::saveSkippedRows);
     return page;
+}
+
+bool GridPages::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_options && event->type() == QEvent::KeyPress
+        && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Space
+        && m_options->currentRow() >= 0) {
+        m_controller.optionClicked(m_options->currentRow());
+        return true;
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 void GridPages::matchNames()

@@ -28,6 +28,9 @@ public:
     void addPages(QStackedWidget *stack);
     void show(const WizardState &state);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 Q_SIGNALS:
     /// Something the user asked for failed; the text is for a message box.
     void failed(const QString &text);

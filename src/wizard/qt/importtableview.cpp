@@ -35,6 +35,9 @@ ImportTableView::ImportTableView(QWidget *parent)
                     | QAbstractItemView::EditKeyPressed);
     setWordWrap(false);
     setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    // Arrows move between cells; Tab leaves the grid for the buttons, so no keyboard user is
+    // caught in a table of millions of cells.
+    setTabKeyNavigation(false);
 
     QHeaderView *rows = verticalHeader();
     rows->setSectionResizeMode(QHeaderView::Fixed);

@@ -270,6 +270,7 @@ QWidget *SourcePages::delimiterPage()
     layout->addLayout(boxes);
     auto *detect = new QPushButton(tr("&Detect delimiters"), page);
     detect->setObjectName(u"cmdDetectDelimiters"_s);
+    detect->setAutoDefault(false); // Return always means Next
     detect->setAccessibleName(tr("Detect delimiters"));
     detect->setToolTip(tr("Tick the delimiter that splits the first %1 lines into the most "
                           "consistent number of fields")

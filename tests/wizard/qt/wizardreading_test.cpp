@@ -3,13 +3,17 @@
 // - column widths account for long names in the middle of the table, grow (never shrink) as longer
 //   ones scroll into sight, and a cut cell shows its whole text as a tooltip;
 // - the tick column has its own heading and source columns keep their numbers on every panel;
-// - F4 and Alt+Down open the mapping drop-down of the current column;
+// - F4 and Alt+Down open the mapping drop-down of the current column; a whole import runs from
+//   the keyboard alone, Tab leaving the grid and the space bar ticking an option;
 // - a message box keeps the lines its text breaks, each whole;
 // - "Detect delimiters" and "Match names from the first line" on a plain header line;
 // - the rows the host skipped are listed with their line and status, and saved for a new import;
 // - every control has an accessible name;
 // - the window follows a dark system palette, except for the mapping row's fixed colours.
 #include "formfixture.h"
+
+#include <MGImport8/importoption.h>
+#include <MGImport8/importoptions.h>
 
 #include <QApplication>
 #include <QCheckBox>
@@ -18,6 +22,7 @@
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScrollBar>
@@ -178,6 +183,60 @@ TEST_F(WizardReadingTest, CutCellsShowTheirTextAndF4OpensTheMappingChoice)
         click(form, u"cmdCancel"_s);
     });
     EXPECT_TRUE(startWizard());
+}
+
+/// The key goes where the keyboard focus is, as a user's key does.
+void press(QWidget &form, Qt::Key key)
+{
+    QWidget *focus = form.focusWidget();
+    QTest::keyClick(focus ? focus : &form, key);
+}
+
+TEST_F(WizardReadingTest, AWholeImportRunsFromTheKeyboardAlone)
+{
+    user.answerFileDialog(nodesFile());
+    user.then([](QWidget &form) {
+        auto *methods = control<QListWidget>(form, u"ImportTypeList"_s);
+        ASSERT_NE(methods, nullptr);
+        methods->setFocus();
+        for (int step = 0;
+             step < methods->count()
+             && (!methods->currentItem() || methods->currentItem()->text() != u"Text File"_s);
+             ++step)
+            QTest::keyClick(methods, Qt::Key_Down);
+        press(form, Qt::Key_Return); // the file dialog opens with the file panel
+    });
+    for (const QString &panel : {u"FilePanel"_s, u"DelimiterPanel"_s, u"MapPanel"_s}) {
+        user.then([panel](QWidget &form) {
+            ASSERT_EQ(currentPanel(form), panel);
+            press(form, Qt::Key_Return);
+        });
+    }
+    user.then([](QWidget &form) {
+        ASSERT_EQ(currentPanel(form), u"PreviewPanel"_s);
+        // Tab leaves the grid rather than walking its cells.
+        QTableView *table = importTable(form);
+        table->setFocus();
+        QTest::keyClick(table, Qt::Key_Tab);
+        EXPECT_NE(form.focusWidget(), table);
+        press(form, Qt::Key_Return);
+    });
+    user.then([](QWidget &form) {
+        ASSERT_EQ(currentPanel(form), u"OptionsPanel"_s);
+        auto *options = control<QTableWidget>(form, u"OptionsList"_s);
+        options->setFocus();
+        options->setCurrentCell(0, 1);
+        QTest::keyClick(options, Qt::Key_Space);
+        EXPECT_EQ(options->item(0, 0)->checkState(), Qt::Checked);
+        press(form, Qt::Key_Return);
+    });
+    user.then([](QWidget &form) {
+        ASSERT_EQ(currentPanel(form), u"ImportPanel"_s);
+        click(form, u"cmdCancel"_s);
+    });
+    EXPECT_FALSE(startWizard());
+    EXPECT_EQ(rows.size(), 14);
+    EXPECT_TRUE(engine.ImportOptions()->Item(u"Overwrite"_s)->Value());
 }
 
 TEST_F(WizardReadingTest, TickColumnHasItsOwnHeadingAndSourceColumnsKeepTheirNumbers)
