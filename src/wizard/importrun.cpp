@@ -124,7 +124,10 @@ ImportRun::RowResult ImportRun::handRow(qsizetype row, const QStringList &target
 
     if (flagSet(skip)) {
         ++m_skipped;
-        m_state.skippedRows.append({row, status});
+        // Hosts give most skipped rows one of a few texts: equal texts share one copy.
+        const bool same = !m_state.skippedRows.isEmpty()
+                          && m_state.skippedRows.constLast().status == status;
+        m_state.skippedRows.append({row, same ? m_state.skippedRows.constLast().status : status});
     } else {
         ++m_imported;
     }

@@ -54,6 +54,8 @@ QPushButton *newButton(const QString &caption, const QString &name, QWidget *par
     return button;
 }
 
+/// Skipped rows listed one by one; a host that skips millions gets a count for the rest.
+constexpr qsizetype SkippedRowsListed = 10000;
 /// The skipped-rows list's columns.
 enum SkippedColumn { LineColumn, StatusColumn, SkippedColumnCount };
 
@@ -239,8 +241,15 @@ void GridPages::showSkippedRows(const WizardState &state)
         m_skippedRows->setRowCount(0);
         m_shownSkipped = 0;
     }
-    m_skippedRows->setRowCount(int(count));
-    for (qsizetype at = m_shownSkipped; at < count; ++at) {
+    const qsizetype listed = std::min<qsizetype>(count, SkippedRowsListed);
+    m_skippedRows->setRowCount(int(listed) + (count > listed ? 1 : 0));
+    if (count > listed) {
+        // The rest are counted, not listed; saving writes every one of them.
+        auto *more = new QTableWidgetItem(
+            tr("... and %1 more, all written by Save").arg(count - listed));
+        m_skippedRows->setItem(int(listed), StatusColumn, more);
+    }
+    for (qsizetype at = m_shownSkipped; at < listed; ++at) {
         const SkippedRow &skipped = state.skippedRows.at(at);
         auto *line = new QTableWidgetItem;
         line->setData(Qt::DisplayRole, qlonglong(skipped.row));
