@@ -86,9 +86,8 @@ struct ImportOptionSet
 {
     explicit ImportOptionSet(QCommandLineParser &parser)
     {
-        parser.addOptions(
-            {columns, required, ipColumn, option, method, delimiters, map, headerLine, rows, into,
-             sheet});
+        parser.addOptions({columns, required, ipColumn, option, method, delimiters, map, headerLine,
+                           rows, into, sheet});
         parser.addOption(table);
     }
 
@@ -328,8 +327,8 @@ int sourceColumn(const ImportGrid &grid, const QString &source)
 // The "Match names from the first line" button: columns whose first line names a target column.
 void applyHeaderLine(WizardController &wizard, const Engine &engine)
 {
-    const QList<HeaderMatch::Binding> bindings
-        = HeaderMatch::fromFirstLine(wizard.grid(), engine.Columns());
+    const QList<HeaderMatch::Binding> bindings = HeaderMatch::fromFirstLine(wizard.grid(),
+                                                                            engine.Columns());
     for (const HeaderMatch::Binding &binding : bindings) {
         if (wizard.beforeEdit(0, binding.column))
             wizard.afterEdit(0, binding.column, binding.target);
