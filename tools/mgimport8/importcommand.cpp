@@ -279,6 +279,9 @@ void applyDelimiters(WizardController &wizard, const QString &delimiters)
         if (const auto box = method ? DelimiterDetect::bestBoxForFile(method->Filename())
                                     : std::nullopt) {
             wizard.setDelimiters(DelimiterDetect::boxesFor(*box), {});
+        } else {
+            err() << "mgimport8 import: --delimiters auto: no delimiter splits the first lines; "
+                     "the method's delimiters stay\n";
         }
         return;
     }
