@@ -8,6 +8,7 @@
 // - a message box keeps the lines its text breaks, each whole;
 // - "Detect delimiters" and "Match names from the first line" on a plain header line;
 // - the rows the host skipped are listed with their line and status, and saved for a new import;
+//   past ten thousand the rest are counted, not listed, and all are still saved;
 // - every control has an accessible name;
 // - the window follows a dark system palette, except for the mapping row's fixed colours.
 #include "formfixture.h"
@@ -38,6 +39,9 @@ namespace MGImport8::Test {
 namespace {
 
 constexpr int LongFileLines = 3000;
+/// Skipped rows the window lists one by one, and a file with a few more.
+constexpr int Listed = 10000;
+constexpr int Lines = Listed + 5;
 /// Lines of the long file holding longer names than the rest: the middle (sampled when the table
 /// arrives) and a place no sample reaches (seen only when scrolled to).
 constexpr int MiddleLine = LongFileLines / 2;
@@ -361,6 +365,36 @@ TEST_F(WizardReadingTest, SkippedRowsAreListedAndSavedForANewImport)
                     && problems.constFirst().contains(u"nonexistent/folder/skipped.csv'\r\n"_s))
             << problems.constFirst().toStdString();
         EXPECT_EQ(user.messages().constLast().icon, QMessageBox::Critical);
+        click(form, u"cmdCancel"_s);
+    });
+    EXPECT_FALSE(startWizard());
+}
+
+TEST_F(WizardReadingTest, BeyondTenThousandSkippedRowsTheRestAreCountedAndAllSaved)
+{
+    QByteArray text;
+    for (int line = 1; line <= Lines; ++line)
+        text += "n" + QByteArray::number(line) + ",10.2." + QByteArray::number(line / 200) + '.'
+                + QByteArray::number(line % 200 + 1) + '\n';
+    onNewRow = [](QString &status, bool &skip) {
+        skip = true;
+        status = u"Known already"_s;
+    };
+    walkToSelection(writeFile(u"many.csv"_s, text));
+    user.then([](QWidget &form) { click(form, u"cmdNext"_s); });
+    user.then([](QWidget &form) { click(form, u"cmdNext"_s); });
+    const QString saved = folder.filePath(u"skipped.csv"_s);
+    user.answerFileDialog(saved);
+    user.then([saved](QWidget &form) {
+        ASSERT_EQ(currentPanel(form), u"ImportPanel"_s);
+        auto *list = control<QTableWidget>(form, u"SkippedRows"_s);
+        ASSERT_EQ(list->rowCount(), Listed + 1);
+        EXPECT_EQ(list->item(Listed - 1, 0)->text(), QString::number(Listed));
+        EXPECT_TRUE(list->item(Listed, 1)->text().contains(u" 5 more"_s));
+        click(form, u"cmdSaveSkipped"_s);
+        QFile file(saved);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        EXPECT_EQ(file.readAll().count("\r\n"), Lines);
         click(form, u"cmdCancel"_s);
     });
     EXPECT_FALSE(startWizard());
