@@ -260,7 +260,9 @@ void ImportTableView::showGridSelection()
 
 void ImportTableView::keyPressEvent(QKeyEvent *event)
 {
-    if (opensMappingChoice(*event) && currentIndex().isValid()) {
+    // Only while the mapping row may be edited: elsewhere the keys must not move the selection.
+    if (opensMappingChoice(*event) && currentIndex().isValid()
+        && editTriggers().testFlag(QAbstractItemView::EditKeyPressed)) {
         // The mapping cell of the current column; the wizard decides whether it may be edited.
         const QModelIndex mapping = m_gridModel->index(0, currentIndex().column());
         setCurrentIndex(mapping);

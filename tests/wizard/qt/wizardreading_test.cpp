@@ -259,6 +259,12 @@ TEST_F(WizardReadingTest, TickColumnHasItsOwnHeadingAndSourceColumnsKeepTheirNum
         EXPECT_EQ(model->headerData(0, Qt::Horizontal).toString(), u"Import"_s);
         EXPECT_EQ(model->headerData(1, Qt::Horizontal).toInt(), 1);
         EXPECT_EQ(model->headerData(5, Qt::Horizontal).toInt(), 5);
+        // No mapping edits here: F4 leaves the current row (and the rows a toggle acts on) alone.
+        QTableView *table = importTable(form);
+        table->setCurrentIndex(model->index(5, 1));
+        QTest::keyClick(table, Qt::Key_F4);
+        EXPECT_EQ(table->currentIndex().row(), 5);
+        EXPECT_EQ(table->findChild<QComboBox *>(u"MappingChoice"_s), nullptr);
         click(form, u"cmdCancel"_s);
     });
     EXPECT_TRUE(startWizard());
