@@ -11,6 +11,17 @@ namespace {
 
 /// Room left beside the text for the icon, the margins and the window frame, in pixels.
 constexpr int ScreenMargin = 160;
+/// The box never grows wider than this on a screen this wide (its own limit: beyond it the text
+/// would be cut rather than wrapped).
+constexpr int SmallScreen = 1024;
+constexpr int WideScreenMargin = 480;
+constexpr int WidestBox = 1000;
+
+int widestBox(int screenWidth)
+{
+    return screenWidth <= SmallScreen ? screenWidth
+                                      : std::min(screenWidth - WideScreenMargin, WidestBox);
+}
 
 } // namespace
 
@@ -31,7 +42,7 @@ void WizardMessageBox::showEvent(QShowEvent *event)
         const QStringList lines = text().split(u'\n');
         for (const QString &line : lines)
             longest = std::max(longest, label->fontMetrics().horizontalAdvance(line.trimmed()));
-        const int room = screen() ? screen()->availableGeometry().width() - ScreenMargin
+        const int room = screen() ? widestBox(screen()->availableGeometry().width()) - ScreenMargin
                                   : longest + 1;
         label->setMinimumWidth(std::min(longest + 1, room));
     }
