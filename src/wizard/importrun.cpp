@@ -56,6 +56,7 @@ ImportRun::Outcome ImportRun::run()
     m_imported = 0;
     m_skipped = 0;
     m_state.importStatus.clear();
+    m_state.skippedRows.clear();
     m_notify();
 
     // The mapping row names each source column's target; read once, not once per row.
@@ -121,10 +122,15 @@ ImportRun::RowResult ImportRun::handRow(qsizetype row, const QStringList &target
     }
     owned.reset();
 
-    if (flagSet(skip))
+    if (flagSet(skip)) {
         ++m_skipped;
-    else
+        // Hosts give most skipped rows one of a few texts: equal texts share one copy.
+        const bool same = !m_state.skippedRows.isEmpty()
+                          && m_state.skippedRows.constLast().status == status;
+        m_state.skippedRows.append({row, same ? m_state.skippedRows.constLast().status : status});
+    } else {
         ++m_imported;
+    }
     if (status != m_state.importStatus) {
         m_state.importStatus = status;
         m_notify();

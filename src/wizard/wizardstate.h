@@ -50,6 +50,14 @@ struct OptionListRow
     QString caption;
 };
 
+/// A row the host skipped during the import: its grid row (a text file's line number) and the
+/// status text the host gave it.
+struct SkippedRow
+{
+    qsizetype row = 0;
+    QString status;
+};
+
 /// Everything the wizard's controls show, as the controller last set it. A view mirrors it on
 /// every `WizardView::stateChanged`; the working grid is shown from `ImportGrid` itself.
 struct WizardState
@@ -115,6 +123,8 @@ struct WizardState
     /// Import panel: the progress bar (0 to 100) and the status label `ImportStatus`.
     int progress = 0;
     QString importStatus;
+    /// The rows the host skipped, in grid order, for the list `SkippedRows`.
+    QList<SkippedRow> skippedRows;
 
     /// The grid's cell rules: mapping mode allows editing the mapping row, selection mode lets
     /// clicks and the space key tick rows. Both are cleared whenever a panel is entered.

@@ -6,6 +6,8 @@
 #include "common/yesno.h"
 #include "methods/sourcekind.h"
 #include "nodestore/nodestore.h"
+#include "wizard/delimiterdetect.h"
+#include "wizard/headermatch.h"
 #include "wizard/headlessview.h"
 #include "wizard/importgrid.h"
 #include "wizard/wizardcontroller.h"
@@ -55,6 +57,7 @@ struct Options
     QString method;
     std::optional<QString> delimiters;
     QList<std::pair<QString, QString>> maps;
+    bool headerLine = false;
     bool allRows = false;
     QString into;
     int sheet = 1;
@@ -83,8 +86,8 @@ struct ImportOptionSet
 {
     explicit ImportOptionSet(QCommandLineParser &parser)
     {
-        parser.addOptions(
-            {columns, required, ipColumn, option, method, delimiters, map, rows, into, sheet});
+        parser.addOptions({columns, required, ipColumn, option, method, delimiters, map, headerLine,
+                           rows, into, sheet});
         parser.addOption(table);
     }
 
@@ -101,11 +104,16 @@ struct ImportOptionSet
                u"NAME"_s};
     const QCommandLineOption
         delimiters{u"delimiters"_s,
-                   u"Delimiter characters; \\t is a tab (default: the method's)."_s, u"TEXT"_s};
+                   u"Delimiter characters; \\t is a tab; auto ticks the one that splits the "
+                   "first lines most evenly (default: the method's)."_s,
+                   u"TEXT|auto"_s};
     const QCommandLineOption map{u"map"_s,
                                  u"Binds a source column (1-based number or header text) to a "
                                  "target column (repeatable)."_s,
                                  u"SOURCE=TARGET"_s};
+    const QCommandLineOption headerLine{u"header-line"_s,
+                                        u"Binds each column whose text in the first line names a "
+                                        "target column (before --map)."_s};
     const QCommandLineOption rows{u"rows"_s,
                                   u"auto (rows with valid addresses) or all (default auto)."_s,
                                   u"auto|all"_s, u"auto"_s};
@@ -180,6 +188,7 @@ bool readChoices(const QCommandLineParser &parser, const ImportOptionSet &set, O
     if (!maps)
         return false;
     result.maps = *maps;
+    result.headerLine = parser.isSet(set.headerLine);
     const QString rowChoice = parser.value(set.rows);
     if (rowChoice != "auto"_L1 && rowChoice != "all"_L1) {
         err() << "mgimport8 import: --rows is auto or all, not '" << rowChoice << "'\n";
@@ -257,10 +266,25 @@ int methodRow(const ImportTypes &catalogue, const Options &options)
     return -1;
 }
 
+// What --delimiters takes for "detect them".
+const QString AutoDelimiters = u"auto"_s;
+
 // The delimiter boxes as the user would tick them: the four fixed boxes for their characters,
 // everything else into the "other" text, in one change so the file is read once.
 void applyDelimiters(WizardController &wizard, const QString &delimiters)
 {
+    if (delimiters == AutoDelimiters) {
+        // As the "Detect delimiters" button does; when nothing fits, the method's boxes stay.
+        const ImportType *method = wizard.chosenMethod();
+        if (const auto box = method ? DelimiterDetect::bestBoxForFile(method->Filename())
+                                    : std::nullopt) {
+            wizard.setDelimiters(DelimiterDetect::boxesFor(*box), {});
+        } else {
+            err() << "mgimport8 import: --delimiters auto: no delimiter splits the first lines; "
+                     "the method's delimiters stay\n";
+        }
+        return;
+    }
     static constexpr char16_t boxes[] = {u'\t', u';', u',', u' '};
     std::array<bool, DelimiterBoxCount> checked{};
     QString other;
@@ -301,6 +325,17 @@ int sourceColumn(const ImportGrid &grid, const QString &source)
             return column;
     }
     return -1;
+}
+
+// The "Match names from the first line" button: columns whose first line names a target column.
+void applyHeaderLine(WizardController &wizard, const Engine &engine)
+{
+    const QList<HeaderMatch::Binding> bindings = HeaderMatch::fromFirstLine(wizard.grid(),
+                                                                            engine.Columns());
+    for (const HeaderMatch::Binding &binding : bindings) {
+        if (wizard.beforeEdit(0, binding.column))
+            wizard.afterEdit(0, binding.column, binding.target);
+    }
 }
 
 bool applyMaps(WizardController &wizard, const Engine &engine, const Options &options)
@@ -373,6 +408,8 @@ std::optional<int> walkToImport(WizardController &wizard, const HeadlessView &vi
             applyDelimiters(wizard, *options.delimiters);
             delimitersDone = true;
         } else if (panel == Panel::MapPanel && !mapsDone) {
+            if (options.headerLine)
+                applyHeaderLine(wizard, engine);
             if (!applyMaps(wizard, engine, options))
                 return UsageError;
             mapsDone = true;

@@ -38,6 +38,8 @@ constexpr int PatienceLooks = 1000;
 constexpr int MinimumColours = 8;
 /// The window size the README pictures are laid out for.
 constexpr QSize PictureSize(780, 580);
+/// The height of the picture of the scrolled mapping panel.
+constexpr int ScrolledPictureHeight = 420;
 
 QStringList failures;
 
@@ -253,11 +255,25 @@ int main(int argc, char **argv)
     grabAndGoOn(u"2-file"_s);
     grabAndGoOn(u"3-delimiters"_s);
     walk.then([&](QWidget &form) {
-        pickMapping(form, 0, u"Name"_s);
-        pickMapping(form, 2, u"Description"_s);
-        pickMapping(form, 3, u"Location"_s);
+        // The sample's first line names the fields: one click binds them, one pick unbinds a
+        // column the host has no use for.
+        click(form, u"cmdMatchNames"_s);
+        pickMapping(form, 4, u"<ignore>"_s);
         clickCell(form, 2, 1);
         walk.grab(form, u"4-mapping"_s);
+        // Scrolled down (in a lower window, so that the sample scrolls), the mapping row stays
+        // pinned over the rows.
+        form.resize(PictureSize.width(), ScrolledPictureHeight);
+        if (auto *table = control<QTableView>(form, u"ImportTable"_s)) {
+            QCoreApplication::processEvents();
+            table->scrollToBottom();
+            if (!table->findChild<QTableView *>(u"PinnedMappingRow"_s)->isVisible())
+                fail(u"the mapping row is not pinned when scrolled"_s);
+        }
+        walk.grab(form, u"4b-mapping-scrolled"_s);
+        form.resize(PictureSize);
+        if (auto *table = control<QTableView>(form, u"ImportTable"_s))
+            table->scrollToTop();
         click(form, u"cmdNext"_s);
     });
     walk.then([&](QWidget &form) {

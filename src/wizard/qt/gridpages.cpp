@@ -1,10 +1,19 @@
 #include "wizard/qt/gridpages.h"
 
+#include "wizard/delimiterchoice.h"
+#include "wizard/headermatch.h"
 #include "wizard/qt/widgetmirror.h"
+#include "wizard/skippedrows.h"
 #include "wizard/wizardcontroller.h"
 
+#include <MGImport8/engine.h>
+#include <MGImport8/importtype.h>
+
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
@@ -39,8 +48,16 @@ QPushButton *newButton(const QString &caption, const QString &name, QWidget *par
 {
     auto *button = new QPushButton(caption, parent);
     button->setObjectName(name);
+    button->setAccessibleName(QString(caption).remove(u'&'));
+    // Return always means Next; the space bar presses the button in focus.
+    button->setAutoDefault(false);
     return button;
 }
+
+/// Skipped rows listed one by one; a host that skips millions gets a count for the rest.
+constexpr qsizetype SkippedRowsListed = 10000;
+/// The skipped-rows list's columns.
+enum SkippedColumn { LineColumn, StatusColumn, SkippedColumnCount };
 
 } // namespace
 
@@ -64,7 +81,15 @@ QWidget *GridPages::mapPage()
                             u"Choose, in the grey top row, the field that each column holds. "
                             u"Columns left at <ignore> are not imported."_s,
                             u"MapDescription"_s);
-    static_cast<QBoxLayout *>(page->layout())->addStretch(1);
+    QPushButton *match = newButton(tr("&Match names from the first line"), u"cmdMatchNames"_s, page);
+    match->setToolTip(tr("Bind each column whose text in the first line names a field"));
+    auto *buttons = new QHBoxLayout;
+    buttons->addWidget(match);
+    buttons->addStretch(1);
+    auto *layout = static_cast<QBoxLayout *>(page->layout());
+    layout->addLayout(buttons);
+    layout->addStretch(1);
+    connect(match, &QPushButton::clicked, this, &GridPages::matchNames);
     return page;
 }
 
@@ -120,6 +145,8 @@ QWidget *GridPages::optionsPage()
 
     connect(m_options, &QTableWidget::cellClicked, this,
             [this](int row) { m_controller.optionClicked(row); });
+    // The space bar ticks the option in focus, as a click does.
+    m_options->installEventFilter(this);
     return page;
 }
 
@@ -134,10 +161,105 @@ QWidget *GridPages::importPage()
     m_importStatus->setObjectName(u"ImportStatus"_s);
     m_importStatus->setWordWrap(true);
     m_importStatus->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    m_progress->setAccessibleName(tr("Import progress"));
+    m_importStatus->setAccessibleName(tr("Import status"));
+
+    m_skippedRows = new QTableWidget(0, SkippedColumnCount, page);
+    m_skippedRows->setObjectName(u"SkippedRows"_s);
+    m_skippedRows->setAccessibleName(tr("Skipped rows"));
+    m_skippedRows->setHorizontalHeaderLabels({tr("Line"), tr("Status")});
+    m_skippedRows->verticalHeader()->hide();
+    m_skippedRows->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_skippedRows->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_skippedRows->horizontalHeader()->setStretchLastSection(true);
+    m_skippedRows->hide();
+    m_saveSkipped = newButton(tr("&Save skipped rows..."), u"cmdSaveSkipped"_s, page);
+    m_saveSkipped->hide();
+
     auto *layout = static_cast<QBoxLayout *>(page->layout());
     layout->addWidget(m_progress);
-    layout->addWidget(m_importStatus, 1);
+    layout->addWidget(m_importStatus);
+    layout->addWidget(m_skippedRows, 1);
+    auto *buttons = new QHBoxLayout;
+    buttons->addWidget(m_saveSkipped);
+    buttons->addStretch(1);
+    layout->addLayout(buttons);
+    connect(m_saveSkipped, &QPushButton::clicked, this, &GridPages::saveSkippedRows);
     return page;
+}
+
+bool GridPages::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_options && event->type() == QEvent::KeyPress
+        && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Space
+        && m_options->currentRow() >= 0) {
+        m_controller.optionClicked(m_options->currentRow());
+        return true;
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void GridPages::matchNames()
+{
+    const QList<HeaderMatch::Binding> bindings
+        = HeaderMatch::fromFirstLine(m_controller.grid(), m_controller.engine().Columns());
+    // Each binding as the user's own pick, so the cell takes the colour a pick gives it.
+    for (const HeaderMatch::Binding &binding : bindings)
+        m_controller.afterEdit(0, binding.column, binding.target);
+}
+
+void GridPages::saveSkippedRows()
+{
+    const WizardState &state = m_controller.state();
+    const ImportType *method = m_controller.chosenMethod();
+    const bool text = method && method->Method().compare(u"ImportText"_s, Qt::CaseInsensitive) == 0;
+    const QFileInfo source(method ? method->Filename() : QString());
+    const QString suggested = source.absoluteDir().filePath(
+        source.completeBaseName() + tr("-skipped.") + (text ? source.suffix() : u"csv"_s));
+
+    QFileDialog dialog(m_skippedRows->window(), tr("Save skipped rows"), suggested);
+    dialog.setObjectName(u"SaveSkippedDialog"_s);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setFileMode(QFileDialog::AnyFile);
+    dialog.selectFile(suggested);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return;
+    const QChar delimiter = text ? SkippedRows::delimiterOf(DelimiterChoice::delimiterSet(state))
+                                 : QChar(SkippedRows::DefaultDelimiter);
+    const QString problem = SkippedRows::write(dialog.selectedFiles().constFirst(),
+                                               m_controller.grid(), state.skippedRows, delimiter);
+    if (!problem.isEmpty())
+        Q_EMIT failed(problem);
+}
+
+void GridPages::showSkippedRows(const WizardState &state)
+{
+    const qsizetype count = state.skippedRows.size();
+    if (count == m_shownSkipped)
+        return;
+    if (count < m_shownSkipped) {
+        m_skippedRows->setRowCount(0);
+        m_shownSkipped = 0;
+    }
+    const qsizetype listed = std::min<qsizetype>(count, SkippedRowsListed);
+    m_skippedRows->setRowCount(int(listed) + (count > listed ? 1 : 0));
+    if (count > listed) {
+        // The rest are counted, not listed; saving writes every one of them.
+        auto *more = new QTableWidgetItem(
+            tr("... and %1 more, all written by Save").arg(count - listed));
+        m_skippedRows->setItem(int(listed), StatusColumn, more);
+    }
+    for (qsizetype at = m_shownSkipped; at < listed; ++at) {
+        const SkippedRow &skipped = state.skippedRows.at(at);
+        auto *line = new QTableWidgetItem;
+        line->setData(Qt::DisplayRole, qlonglong(skipped.row));
+        line->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
+        m_skippedRows->setItem(int(at), LineColumn, line);
+        m_skippedRows->setItem(int(at), StatusColumn, new QTableWidgetItem(skipped.status));
+    }
+    m_shownSkipped = count;
+    m_skippedRows->setVisible(count > 0);
+    m_saveSkipped->setVisible(count > 0);
 }
 
 void GridPages::show(const WizardState &state)
@@ -146,6 +268,7 @@ void GridPages::show(const WizardState &state)
     if (m_progress->value() != state.progress)
         m_progress->setValue(state.progress);
     WidgetMirror::setText(m_importStatus, state.importStatus);
+    showSkippedRows(state);
 }
 
 void GridPages::showOptions(const WizardState &state)

@@ -6,6 +6,7 @@
 
 class QLabel;
 class QProgressBar;
+class QPushButton;
 class QStackedWidget;
 class QTableWidget;
 class QWidget;
@@ -27,6 +28,13 @@ public:
     void addPages(QStackedWidget *stack);
     void show(const WizardState &state);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+Q_SIGNALS:
+    /// Something the user asked for failed; the text is for a message box.
+    void failed(const QString &text);
+
 private:
     QWidget *mapPage();
     QWidget *filterPage();
@@ -34,12 +42,18 @@ private:
     QWidget *optionsPage();
     QWidget *importPage();
     void showOptions(const WizardState &state);
+    void showSkippedRows(const WizardState &state);
+    void matchNames();
+    void saveSkippedRows();
 
     WizardController &m_controller;
     QTableWidget *m_options = nullptr;
     QList<OptionListRow> m_shownOptions;
     QProgressBar *m_progress = nullptr;
     QLabel *m_importStatus = nullptr;
+    QTableWidget *m_skippedRows = nullptr;
+    QPushButton *m_saveSkipped = nullptr;
+    qsizetype m_shownSkipped = 0;
 };
 
 } // namespace MGImport8

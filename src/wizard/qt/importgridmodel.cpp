@@ -1,5 +1,7 @@
 #include "wizard/qt/importgridmodel.h"
 
+#include "wizard/gridrules.h"
+
 #include <QFont>
 
 #include <algorithm>
@@ -27,6 +29,11 @@ ImportGridModel::ImportGridModel(ImportGrid &grid, QObject *parent)
 ImportGridModel::~ImportGridModel()
 {
     m_grid.setObserver({});
+}
+
+QString ImportGridModel::tickHeading()
+{
+    return tr("Import");
 }
 
 QColor ImportGridModel::color(GridColor value)
@@ -104,13 +111,21 @@ QVariant ImportGridModel::data(const QModelIndex &index, int role) const
 
 QVariant ImportGridModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (role != Qt::DisplayRole || section < 0)
+    if ((role != Qt::DisplayRole && role != Qt::ToolTipRole) || section < 0)
         return {};
-    if (orientation == Qt::Horizontal && section >= m_columns)
+    if (orientation == Qt::Vertical)
+        return section < m_rows && role == Qt::DisplayRole ? QVariant(section + 1) : QVariant();
+    if (section >= m_columns)
         return {};
-    if (orientation == Qt::Vertical && section >= m_rows)
-        return {};
-    return section + 1;
+    // A column is named by its place in the source on every panel: the tick column, when there is
+    // one, has a heading of its own and does not shift the numbers.
+    const bool ticks = GridRules::hasSelectionColumn(m_grid);
+    if (ticks && section == 0)
+        return role == Qt::DisplayRole ? tickHeading() : tr("Tick the rows to import");
+    const int sourceColumn = section - (ticks ? 1 : 0) + 1;
+    if (role == Qt::ToolTipRole)
+        return tr("Source column %1").arg(sourceColumn);
+    return sourceColumn;
 }
 
 Qt::ItemFlags ImportGridModel::flags(const QModelIndex &index) const

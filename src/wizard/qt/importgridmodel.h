@@ -29,6 +29,9 @@ public:
 
     ImportGrid &grid() const { return m_grid; }
 
+    /// The heading of the tick column.
+    static QString tickHeading();
+
     /// A colour stored as 0x00BBGGRR.
     static QColor color(GridColor value);
 

@@ -194,16 +194,23 @@ const QHash<QString, Painter> &painters()
 QIcon MethodIcons::icon(const QString &key)
 {
     // Drawn afresh each time: nine small pictures once per wizard, and no pixmap outlives the
-    // application.
+    // application. Each scale is drawn at its own resolution, so a 2x screen gets sharp lines
+    // rather than a stretched 1x picture.
     const QString upper = key.toUpper();
-    QPixmap picture(Size, Size);
-    picture.fill(Qt::transparent);
-    {
-        QPainter painter(&picture);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painters().value(upper, drawUnknown)(painter);
+    const auto draw = painters().value(upper, drawUnknown);
+    QIcon icon;
+    for (const int scale : DrawnScales) {
+        QPixmap picture(Size * scale, Size * scale);
+        picture.setDevicePixelRatio(scale);
+        picture.fill(Qt::transparent);
+        {
+            QPainter painter(&picture);
+            painter.setRenderHint(QPainter::Antialiasing);
+            draw(painter);
+        }
+        icon.addPixmap(picture);
     }
-    return QIcon(picture);
+    return icon;
 }
 
 QStringList MethodIcons::keys()

@@ -14,6 +14,8 @@ class MethodIcons
 public:
     /// Edge of the square pictures, in pixels.
     static constexpr int Size = 32;
+    /// The device pixel ratios each picture is drawn at.
+    static constexpr int DrawnScales[] = {1, 2, 3};
 
     static QIcon icon(const QString &key);
     /// The keys that have a picture of their own.

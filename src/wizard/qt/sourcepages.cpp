@@ -1,9 +1,12 @@
 #include "wizard/qt/sourcepages.h"
 
+#include "wizard/delimiterdetect.h"
 #include "wizard/qt/methodicons.h"
 #include "wizard/qt/popupcombobox.h"
 #include "wizard/qt/widgetmirror.h"
 #include "wizard/wizardcontroller.h"
+
+#include <MGImport8/importtype.h>
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -261,9 +264,29 @@ QWidget *SourcePages::delimiterPage()
     m_otherDelimiter = new QLineEdit(page);
     m_otherDelimiter->setObjectName(u"txtOtherDelimit"_s);
     m_otherDelimiter->setMaximumWidth(m_otherDelimiter->fontMetrics().horizontalAdvance(u'M') * 6);
+    m_otherDelimiter->setAccessibleName(tr("Other delimiters"));
     boxes->addWidget(m_otherDelimiter);
     boxes->addStretch(1);
     layout->addLayout(boxes);
+    auto *detect = new QPushButton(tr("&Detect delimiters"), page);
+    detect->setObjectName(u"cmdDetectDelimiters"_s);
+    detect->setAutoDefault(false); // Return always means Next
+    detect->setAccessibleName(tr("Detect delimiters"));
+    detect->setToolTip(tr("Tick the delimiter that splits the first %1 lines into the most "
+                          "consistent number of fields")
+                           .arg(DelimiterDetect::SampleLines));
+    auto *detectRow = new QHBoxLayout;
+    detectRow->addWidget(detect);
+    detectRow->addStretch(1);
+    layout->addLayout(detectRow);
+    connect(detect, &QPushButton::clicked, this, [this] {
+        const ImportType *method = m_controller.chosenMethod();
+        if (!method)
+            return;
+        if (const auto box = DelimiterDetect::bestBoxForFile(method->Filename()))
+            m_controller.setDelimiters(DelimiterDetect::boxesFor(*box),
+                                       m_controller.state().otherDelimiter);
+    });
 
     connect(m_otherDelimiter, &QLineEdit::textEdited, this,
             [this](const QString &text) { m_controller.setOtherDelimiter(text); });

@@ -29,8 +29,11 @@ inline void setText(QLineEdit *edit, const QString &text)
 
 inline void setText(QAbstractButton *button, const QString &text)
 {
-    if (button->text() != text)
+    if (button->text() != text) {
         button->setText(text);
+        // Read out as it now reads ("Import", "Done"), without the mnemonic's marker.
+        button->setAccessibleName(QString(text).remove(u'&'));
+    }
 }
 
 inline void setChecked(QAbstractButton *button, bool checked)

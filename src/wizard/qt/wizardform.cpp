@@ -5,15 +5,19 @@
 #include "wizard/qt/importgridmodel.h"
 #include "wizard/qt/importtableview.h"
 #include "wizard/qt/mappingdelegate.h"
+#include "wizard/qt/pinnedrowview.h"
 #include "wizard/qt/sourcepages.h"
 #include "wizard/qt/widgetmirror.h"
+#include "wizard/qt/wizardmessagebox.h"
 #include "wizard/wizardcontroller.h"
 
 #include <MGImport8/engine.h>
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QFileDialog>
 #include <QHBoxLayout>
+#include <QHash>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
@@ -25,6 +29,39 @@ using namespace Qt::StringLiterals;
 namespace MGImport8 {
 
 namespace {
+
+/// What a screen reader calls the controls that have no caption of their own.
+const QHash<QString, QString> &spokenNames()
+{
+    static const QHash<QString, QString> names{
+        {u"ImportTypeList"_s, u"Import methods"_s}, {u"Filename"_s, u"File name"_s},
+        {u"cmdSelectFile"_s, u"Choose the file"_s}, {u"ServerName"_s, u"Server"_s},
+        {u"LoginName"_s, u"Login name"_s},          {u"LoginPassword"_s, u"Password"_s},
+        {u"DatabaseName"_s, u"Database"_s},         {u"DatabaseTable"_s, u"Table"_s},
+        {u"Worksheet"_s, u"Worksheet"_s},           {u"txtOtherDelimit"_s, u"Other delimiters"_s},
+        {u"OptionsList"_s, u"Import options"_s},    {u"FilterTable"_s, u"Filters"_s},
+        {u"Wizard"_s, u"Wizard panels"_s},
+    };
+    return names;
+}
+
+/// Gives every named control an accessible name: its caption, a spoken name, or its own name.
+void nameForScreenReaders(QWidget &window)
+{
+    const QList<QWidget *> widgets = window.findChildren<QWidget *>();
+    for (QWidget *widget : widgets) {
+        const QString name = widget->objectName();
+        if (name.isEmpty() || name.startsWith(u"qt_"_s) || !widget->accessibleName().isEmpty())
+            continue;
+        const auto *button = qobject_cast<QAbstractButton *>(widget);
+        if (const auto spoken = spokenNames().constFind(name); spoken != spokenNames().cend())
+            widget->setAccessibleName(*spoken);
+        else if (button && !button->text().isEmpty())
+            widget->setAccessibleName(QString(button->text()).remove(u'&'));
+        else if (!qobject_cast<QLabel *>(widget)) // a label is read by its text, which changes
+            widget->setAccessibleName(name);
+    }
+}
 
 /// The window's size when it opens, in pixels.
 constexpr QSize InitialSize(760, 560);
@@ -66,6 +103,7 @@ WizardForm::WizardForm(Engine &engine, QWidget *parent)
     setObjectName(u"WizardForm"_s);
     m_controller = std::make_unique<WizardController>(engine, *this);
     buildWindow(engine);
+    nameForScreenReaders(*this);
 }
 
 WizardForm::~WizardForm()
@@ -101,11 +139,15 @@ void WizardForm::buildWindow(Engine &engine)
     m_gridPages = new GridPages(*m_controller, this);
     m_sourcePages->addPages(m_pages);
     m_gridPages->addPages(m_pages);
+    connect(m_gridPages, &GridPages::failed, this,
+            [this](const QString &text) { showMessage(text, MessageIcon::Critical, {}); });
     layout->addWidget(m_pages, 1);
 
     m_gridModel = new ImportGridModel(m_controller->grid(), this);
     m_table = new ImportTableView(this);
     m_table->setItemDelegate(new MappingDelegate(*m_controller, m_table));
+    // A delegate serves one view: its commit and close signals go to every view it is set on.
+    m_table->pinnedRow()->setItemDelegate(new MappingDelegate(*m_controller, m_table->pinnedRow()));
     m_table->setGridModel(m_gridModel);
     m_table->setSelectionColors(quint32(engine.ForeColorSel()), quint32(engine.BackColorSel()));
     m_table->hide();
@@ -145,11 +187,9 @@ bool WizardForm::run()
 
 void WizardForm::showMessage(const QString &text, MessageIcon icon, const QString &title)
 {
-    QMessageBox box(boxIcon(icon),
-                    title.isEmpty() ? QGuiApplication::applicationDisplayName() : title, text,
-                    QMessageBox::Ok, isVisible() ? this : parentWidget());
-    box.setObjectName(u"WizardMessage"_s);
-    box.setTextFormat(Qt::PlainText);
+    WizardMessageBox box(boxIcon(icon),
+                         title.isEmpty() ? QGuiApplication::applicationDisplayName() : title, text,
+                         isVisible() ? this : parentWidget());
     // The box waits for the user even while the hourglass is up.
     if (m_busy)
         QApplication::setOverrideCursor(Qt::ArrowCursor);

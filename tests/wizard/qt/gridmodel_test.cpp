@@ -3,7 +3,7 @@
 //   mapping row's insertion, the tick column moving and shrinking, bulk tick changes and a clear;
 // - roles: ticks only in check cells, colours as 0x00BBGGRR, bold and font size;
 // - legacy file patterns become Qt name filters (table-driven);
-// - every method icon key has a picture of its own.
+// - every method icon key has a picture of its own, drawn afresh (not stretched) at twice the scale.
 #include "qtwarnings.h"
 #include "wizard/importgrid.h"
 #include "wizard/legacyfilefilter.h"
@@ -13,6 +13,7 @@
 #include <QAbstractItemModelTester>
 #include <QFont>
 #include <QImage>
+#include <QPixmap>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
@@ -169,6 +170,23 @@ TEST(MethodIconsTest, EveryKeyHasAPictureOfItsOwn)
     const QImage unknown = MethodIcons::icon(u"NoSuchKey"_s).pixmap(MethodIcons::Size).toImage();
     EXPECT_FALSE(unknown.isNull());
     EXPECT_FALSE(pictures.contains(unknown));
+}
+
+TEST(MethodIconsTest, PicturesAreDrawnSharpAtTwiceTheScale)
+{
+    constexpr qreal Twice = 2.0;
+    for (const QString &key : MethodIcons::keys()) {
+        const QIcon icon = MethodIcons::icon(key);
+        const QPixmap sharp = icon.pixmap(QSize(MethodIcons::Size, MethodIcons::Size), Twice);
+        EXPECT_EQ(sharp.size(), QSize(MethodIcons::Size * 2, MethodIcons::Size * 2));
+        EXPECT_EQ(sharp.devicePixelRatio(), Twice) << key.toStdString();
+        const QImage stretched = icon.pixmap(QSize(MethodIcons::Size, MethodIcons::Size), 1.0)
+                                     .toImage()
+                                     .scaled(sharp.size())
+                                     .convertToFormat(QImage::Format_ARGB32_Premultiplied);
+        EXPECT_NE(sharp.toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied), stretched)
+            << key.toStdString() << " is the small picture stretched";
+    }
 }
 
 } // namespace

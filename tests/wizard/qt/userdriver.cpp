@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QFileDialog>
+#include <QLabel>
 #include <QStackedWidget>
 #include <QTest>
 
@@ -61,11 +62,29 @@ QWidget *UserDriver::wizardWindow() const
     return nullptr;
 }
 
+namespace {
+
+// A box keeps its lines whole when its label is as wide as the longest line: it may wrap, but
+// never splits one of them.
+bool linesWhole(const QMessageBox &box)
+{
+    const auto *label = box.findChild<QLabel *>(u"qt_msgbox_label"_s);
+    if (!label)
+        return false;
+    int longest = 0;
+    const QStringList lines = box.text().split(u'\n');
+    for (const QString &line : lines)
+        longest = std::max(longest, label->fontMetrics().horizontalAdvance(line.trimmed()));
+    return label->contentsRect().width() >= longest;
+}
+
+} // namespace
+
 bool UserDriver::answerDialogs()
 {
     QWidget *modal = QApplication::activeModalWidget();
     if (auto *box = qobject_cast<QMessageBox *>(modal)) {
-        m_messages.append({box->text(), box->icon(), box->windowTitle()});
+        m_messages.append({box->text(), box->icon(), box->windowTitle(), linesWhole(*box)});
         QAbstractButton *ok = box->button(QMessageBox::Ok);
         if (ok)
             QTest::mouseClick(ok, Qt::LeftButton);

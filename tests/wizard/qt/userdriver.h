@@ -33,6 +33,8 @@ public:
         QString text;
         QMessageBox::Icon icon = QMessageBox::NoIcon;
         QString title;
+        /// Whether the box showed each of the text's lines on one line of its own.
+        bool linesWhole = true;
     };
     using Step = std::function<void(QWidget &form)>;
 
