@@ -37,12 +37,6 @@ QString withCrLf(QString text)
     return text.replace(u'\n', u"\r\n"_s);
 }
 
-QByteArray readAll(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 const QString machineText = uR"REG(Windows Registry Editor Version 5.00
 
 ; values of every kind
@@ -288,7 +282,8 @@ TEST_F(Registry, WriterRoundTripsThroughFiles)
 {
     // A new user file, with its folder.
     ASSERT_TRUE(setRegistryString(u"HKCU"_s, u"Software\\MG"_s, u"Server"_s, u"db1"_s));
-    EXPECT_TRUE(readAll(userPath()).startsWith("Windows Registry Editor Version 5.00\n"));
+    EXPECT_TRUE(
+        TestSupport::fileBytes(userPath()).startsWith("Windows Registry Editor Version 5.00\n"));
     EXPECT_EQ(read(u"HKEY_CURRENT_USER", u"software\\mg", u"server"), u"db1"_s);
 
     // An existing UTF-16 file keeps its encoding, line breaks and other contents.
@@ -305,7 +300,7 @@ TEST_F(Registry, WriterRoundTripsThroughFiles)
         ASSERT_TRUE(RegistryQueryString(key, name, value));
         EXPECT_EQ(value, TrimNull(text));
     }
-    const QByteArray bytes = readAll(machinePath());
+    const QByteArray bytes = TestSupport::fileBytes(machinePath());
     EXPECT_TRUE(bytes.startsWith("\xFF\xFE"));
     const QString text = QStringDecoder(QStringDecoder::Utf16LE).decode(bytes.mid(2));
     EXPECT_TRUE(text.contains(u"\r\n; values of every kind\r\n"_s));
@@ -327,7 +322,7 @@ TEST_F(Registry, WriterLeavesForeignFilesAlone)
     QString error;
     EXPECT_FALSE(setRegistryString(u"HKCU"_s, u"Software"_s, u"A"_s, u"b"_s, &error));
     EXPECT_FALSE(error.isEmpty());
-    EXPECT_EQ(readAll(userPath()), "not a registry file\n");
+    EXPECT_EQ(TestSupport::fileBytes(userPath()), "not a registry file\n");
     EXPECT_FALSE(setRegistryString(u"HKEY_NOWHERE"_s, u"Software"_s, u"A"_s, u"b"_s));
     EXPECT_FALSE(setRegistryString(u"HKCU"_s, u"Soft\nware"_s, u"A"_s, u"b"_s));
 }

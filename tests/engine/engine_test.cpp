@@ -71,16 +71,15 @@ TEST(Engine, MetaObjectListsMembersInInterfaceOrder)
     EXPECT_FALSE(engine.setProperty("ImportOptions", QVariant())) << "read-only";
 }
 
-TEST(Engine, StartWizardWithoutAWizardReportsNoCompletedImport)
-{
-    Engine engine;
-    QSignalSpy complete(&engine, &Engine::ImportComplete);
-    EXPECT_TRUE(engine.StartWizard());
-    EXPECT_EQ(complete.count(), 0);
-}
-
 TEST(Engine, StartWizardReturnsTheWizardsResultAndEventsArriveBeforeItReturns)
 {
+    {
+        // Without a wizard there is no completed import.
+        Engine engine;
+        QSignalSpy complete(&engine, &Engine::ImportComplete);
+        EXPECT_TRUE(engine.StartWizard());
+        EXPECT_EQ(complete.count(), 0);
+    }
     LauncherScope scope([](Engine &engine, QObject *) {
         MGImport8::ImportRow row;
         LibraryAccess::AddColumn(row, u"IP"_s, u"10.0.0.1"_s);

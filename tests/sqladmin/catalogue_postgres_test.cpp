@@ -8,6 +8,7 @@
 // - batches run as they stand and report the server's error.
 #include <MGImport8/sqladmin.h>
 
+#include "admintesting.h"
 #include "pgcluster.h"
 #include "sqladmin/manageddatabase.h"
 #include "sqladmin/managementserver.h"
@@ -20,6 +21,7 @@ using namespace Qt::StringLiterals;
 using MGImport8::SQLAdmin;
 using MGImport8::SqlAdmin::ManagedDatabase;
 using MGImport8::SqlAdmin::ObjectName;
+using MGImport8::Test::describe;
 using MGImport8::Test::PgCluster;
 
 namespace {
@@ -54,13 +56,8 @@ bool prepareCatalogue(PgCluster *cluster)
 
 std::unique_ptr<SQLAdmin> superAdmin(const QString &server)
 {
-    auto admin = std::make_unique<SQLAdmin>();
-    admin->setServerType(u"PostgreSQL"_s);
-    admin->setServerName(server);
-    admin->setUseIntegratedNTSecurity(false);
-    admin->setLoginName(QString::fromLatin1(PgCluster::superUser));
-    admin->setLoginPassword(QString::fromLatin1(PgCluster::superPassword));
-    return admin;
+    return MGImport8::Test::postgresAdmin(server, QString::fromLatin1(PgCluster::superUser),
+                                          QString::fromLatin1(PgCluster::superPassword));
 }
 
 } // namespace
@@ -83,42 +80,21 @@ TEST(CataloguePostgres, TablesColumnsKeysAndIndexes)
     EXPECT_EQ(db->findTable(u"nodes"_s).value().schema, u"audit"_s);
     EXPECT_EQ(db->findTable(u"audit.Nodes"_s).value().schema, u"audit"_s);
 
-    auto columns = db->columns({u"public"_s, u"Nodes"_s});
-    ASSERT_TRUE(columns) << columns.error().toStdString();
-    ASSERT_EQ(columns.value().size(), 5);
-    const auto &c = columns.value();
-    EXPECT_EQ(c[0].typeName, u"integer"_s);
-    EXPECT_TRUE(c[0].identity);
-    EXPECT_FALSE(c[0].nullable);
-    EXPECT_EQ(c[1].typeName, u"character varying"_s);
-    EXPECT_EQ(c[1].length, 15);
-    EXPECT_EQ(c[1].defaultText, u"'0.0.0.0'::character varying"_s);
-    EXPECT_EQ(c[2].typeName, u"character"_s);
-    EXPECT_EQ(c[2].length, 4);
-    EXPECT_TRUE(c[2].nullable);
-    EXPECT_EQ(c[3].typeName, u"timestamp with time zone"_s);
-    EXPECT_EQ(c[3].length, 8);
-    EXPECT_EQ(c[4].length, -1);
-    EXPECT_TRUE(c[4].defaultText.isEmpty());
-    EXPECT_EQ(c[4].computedText, u"(((\"IP\")::text || '/'::text) || (\"Zone\")::text)"_s);
+    EXPECT_EQ(describe(db->columns({u"public"_s, u"Nodes"_s}).value()),
+              (QStringList{u"ID integer 4 identity"_s,
+                           u"IP character varying 15 default='0.0.0.0'::character varying"_s,
+                           u"Zone character 4 null"_s, u"Seen timestamp with time zone 8 null"_s,
+                           u"Label text -1 null computed=(((\"IP\")::text || '/'::text) || "
+                           u"(\"Zone\")::text)"_s}));
+    auto key = db->primaryKey({u"public"_s, u"Nodes"_s}).value();
+    EXPECT_EQ(QStringList(key.name) << key.columns << QString::number(key.clustered),
+              (QStringList{u"PK_Nodes"_s, u"IP"_s, u"ID"_s, u"1"_s}));
+    EXPECT_EQ(describe(db->indexes({u"public"_s, u"Nodes"_s}).value()),
+              (QStringList{u"PK_Nodes(IP,ID) unique clustered primary"_s, u"IX_Zone(Zone,Seen)"_s}));
 
-    auto key = db->primaryKey({u"public"_s, u"Nodes"_s});
-    ASSERT_TRUE(key);
-    EXPECT_EQ(key.value().name, u"PK_Nodes"_s);
-    EXPECT_TRUE(key.value().clustered);
-    EXPECT_EQ(key.value().columns, (QStringList{u"IP"_s, u"ID"_s}));
-    auto indexes = db->indexes({u"public"_s, u"Nodes"_s});
-    ASSERT_TRUE(indexes);
-    ASSERT_EQ(indexes.value().size(), 2);
-    EXPECT_TRUE(indexes.value()[0].primaryKey);
-    EXPECT_EQ(indexes.value()[1].name, u"IX_Zone"_s);
-    EXPECT_FALSE(indexes.value()[1].primaryKey);
-    EXPECT_EQ(indexes.value()[1].columns, (QStringList{u"Zone"_s, u"Seen"_s}));
-
-    auto odd = db->columns({u"public"_s, oddTable});
-    ASSERT_TRUE(odd) << odd.error().toStdString();
-    ASSERT_EQ(odd.value().size(), 1);
-    EXPECT_TRUE(odd.value()[0].identity);
+    EXPECT_EQ(describe(db->columns({u"public"_s, oddTable}).value()),
+              QStringList{
+                  u"a integer 4 identity default=nextval('\"we\"\"ird]; [name_a_seq\"'::regclass)"_s});
     EXPECT_TRUE(db->primaryKey({u"public"_s, oddTable}).value().columns.isEmpty());
 }
 

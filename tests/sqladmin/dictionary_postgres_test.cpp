@@ -8,10 +8,9 @@
 //   with the exact message and the file as it was; a file that is missing starts afresh.
 #include <MGImport8/sqladmin.h>
 
+#include "admintesting.h"
 #include "pgcluster.h"
 #include "testsupport.h"
-
-#include <QFile>
 
 #include <pugixml.hpp>
 
@@ -23,6 +22,7 @@
 
 using namespace Qt::StringLiterals;
 using MGImport8::SQLAdmin;
+using MGImport8::Test::fileBytes;
 using MGImport8::Test::PgCluster;
 using MGImport8::Test::TempFolder;
 
@@ -47,9 +47,7 @@ bool prepare(PgCluster *cluster)
 
 std::unique_ptr<SQLAdmin> connected(PgCluster *cluster)
 {
-    auto admin = std::make_unique<SQLAdmin>();
-    admin->setServerType(u"PostgreSQL"_s);
-    admin->setServerName(cluster->socketServerName());
+    auto admin = MGImport8::Test::postgresAdmin(cluster->socketServerName());
     EXPECT_TRUE(admin->Connect(false)) << admin->LastError().toStdString();
     return admin;
 }
@@ -95,10 +93,13 @@ QString field(const QString &name, const QString &type, const QString &length,
            + u"\" Length=\""_s + length + u"\" Width=\"\" Description=\"\"\n"_s;
 }
 
-QByteArray contents(const QString &path)
+// The log of one table's update: its line, then one per field added.
+QString updating(const QString &table, const QStringList &added = {})
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
+    QString log = u"    Updating Table: "_s + table + crlf;
+    for (const QString &name : added)
+        log += u"        Added Field: "_s + name + crlf;
+    return log;
 }
 
 // In the server's order: by schema, then name.
@@ -136,12 +137,9 @@ TEST(DictionaryPostgres, WrittenTemplateThenUpdatedBesideIt)
     ASSERT_TRUE(admin->UpdateDataDictionary(u"dictionary"_s, u"nodes,INTERFACES, inventory.racks"_s,
                                             file, log))
         << admin->LastError().toStdString();
-    EXPECT_TEXT(log, u"kept\r\n"_s + u"    Updating Table: Interfaces"_s + crlf
-                         + u"        Added Field: ifindex"_s + crlf
-                         + u"        Added Field: speed"_s + crlf + u"        Added Field: descr"_s
-                         + crlf + u"    Updating Table: NODES"_s + crlf
-                         + u"        Added Field: id"_s + crlf + u"        Added Field: Name"_s
-                         + crlf + u"        Added Field: note"_s + crlf);
+    EXPECT_TEXT(log, u"kept\r\n"_s
+                         + updating(u"Interfaces"_s, {u"ifindex"_s, u"speed"_s, u"descr"_s})
+                         + updating(u"NODES"_s, {u"id"_s, u"Name"_s, u"note"_s}));
     const QString updatedTables = u" Tables\n  Table Name=\"Interfaces\"\n   Fields\n"_s
                                   + field(u"ifindex"_s, u"integer"_s, u"4"_s)
                                   + field(u"speed"_s, u"bigint"_s, u"8"_s)
@@ -154,11 +152,11 @@ TEST(DictionaryPostgres, WrittenTemplateThenUpdatedBesideIt)
                 u"Dictionary\n Database Name=\"dictionary\"\n"_s + writtenTables + updatedTables);
 
     // Again: only the table lines, and the file as it was.
-    const QByteArray before = contents(file);
+    const QByteArray before = fileBytes(file);
     log.clear();
     ASSERT_TRUE(admin->UpdateDataDictionary(u"dictionary"_s, u"NODES"_s, file, log));
-    EXPECT_TEXT(log, u"    Updating Table: NODES"_s + crlf);
-    EXPECT_EQ(contents(file), before);
+    EXPECT_TEXT(log, updating(u"NODES"_s));
+    EXPECT_EQ(fileBytes(file), before);
 }
 
 TEST(DictionaryPostgres, HandEditsStayAndMissingFieldsComeBack)
@@ -176,14 +174,13 @@ TEST(DictionaryPostgres, HandEditsStayAndMissingFieldsComeBack)
     QString log;
     ASSERT_TRUE(admin->UpdateDataDictionary(u"dictionary"_s, u"nodes"_s, file, log))
         << admin->LastError().toStdString();
-    EXPECT_TEXT(log, u"    Updating Table: NODES"_s + crlf + u"        Added Field: id"_s + crlf
-                         + u"        Added Field: note"_s + crlf);
+    EXPECT_TEXT(log, updating(u"NODES"_s, {u"id"_s, u"note"_s}));
     EXPECT_TEXT(outline(file), u"Dictionary\n Tables\n  Table Name=\"NODES\"\n   Fields\n"_s
                                u"    Field Name=\"Name\" Hidden=\"FALSE\" Header=\"Node\"\n"_s
                                    + field(u"id"_s, u"integer"_s, u"4"_s)
                                    + field(u"note"_s, u"text"_s, u"-1"_s)
                                    + u"  Table Name=\"Other\"\n"_s);
-    const QByteArray saved = contents(file);
+    const QByteArray saved = fileBytes(file);
     EXPECT_TRUE(saved.startsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>")) << saved.data();
     EXPECT_TRUE(saved.contains("<!-- kept -->"));
 }
@@ -196,7 +193,7 @@ TEST(DictionaryPostgres, ErrorExitLeavesTheFileAsItWas)
     TempFolder folder;
     const QString file = folder.path() + u"/dictionary.xml"_s;
     ASSERT_TRUE(admin->WriteDataDictionary(u"dictionary"_s, file));
-    const QByteArray written = contents(file);
+    const QByteArray written = fileBytes(file);
     const QString prefix = u"Cannot create Data Dictionary Template ("_s + file + u")"_s + crlf;
 
     QString log;
@@ -205,18 +202,18 @@ TEST(DictionaryPostgres, ErrorExitLeavesTheFileAsItWas)
                 prefix
                     + u"The XPath expression /Dictionary/Tables/Table[@Name=\"odd\"name\"] cannot "
                       u"be evaluated: the name holds a double quote."_s);
-    EXPECT_TRUE(log.endsWith(u"    Updating Table: odd\"name"_s + crlf));
-    EXPECT_TRUE(log.startsWith(u"    Updating Table: NODES"_s + crlf));
-    EXPECT_EQ(contents(file), written);
+    EXPECT_TRUE(log.startsWith(updating(u"NODES"_s)));
+    EXPECT_TRUE(log.endsWith(updating(u"odd\"name"_s)));
+    EXPECT_EQ(fileBytes(file), written);
 
     // A file that is not XML starts afresh, its old bytes kept aside first.
     const QString broken = folder.write(u"broken.xml"_s, "<Dictionary><Tables>");
     log.clear();
     EXPECT_TRUE(admin->UpdateDataDictionary(u"dictionary"_s, u"NODES"_s, broken, log))
         << admin->LastError().toStdString();
-    EXPECT_EQ(contents(broken + u".unreadable"_s), QByteArray("<Dictionary><Tables>"));
-    EXPECT_TRUE(contents(broken).contains("<Table Name=\"NODES\""));
+    EXPECT_EQ(fileBytes(broken + u".unreadable"_s), QByteArray("<Dictionary><Tables>"));
+    EXPECT_TRUE(fileBytes(broken).contains("<Table Name=\"NODES\""));
     EXPECT_FALSE(admin->WriteDataDictionary(u"missing"_s, file));
     EXPECT_TEXT(admin->LastError(), prefix + u"Database 'missing' does not exist on the server."_s);
-    EXPECT_EQ(contents(file), written);
+    EXPECT_EQ(fileBytes(file), written);
 }

@@ -11,6 +11,7 @@
 //   roles gets the server's refusal and nothing is created.
 #include <MGImport8/sqladmin.h>
 
+#include "admintesting.h"
 #include "pgcluster.h"
 #include "sqladmin/dialect.h"
 
@@ -19,6 +20,7 @@
 using namespace Qt::StringLiterals;
 using MGImport8::SQLAdmin;
 using MGImport8::Test::PgCluster;
+using MGImport8::Test::postgresAdmin;
 
 namespace {
 
@@ -43,9 +45,7 @@ bool prepare(PgCluster *cluster)
 
 std::unique_ptr<SQLAdmin> superAdmin(PgCluster *cluster)
 {
-    auto admin = std::make_unique<SQLAdmin>();
-    admin->setServerType(u"PostgreSQL"_s);
-    admin->setServerName(cluster->socketServerName());
+    auto admin = postgresAdmin(cluster->socketServerName());
     EXPECT_TRUE(admin->Connect(true)) << admin->LastError().toStdString();
     return admin;
 }
@@ -94,19 +94,17 @@ TEST(LoginsPostgres, CreateUserIDMakesAWorkingAccountWhateverItsName)
         ASSERT_TRUE(admin->CreateUserID(database, login, second));
         EXPECT_EQ(grantsOf(cluster, login), u"db_datareader,db_datawriter,db_owner 1"_s);
 
-        SQLAdmin tester;
-        tester.setServerType(u"PostgreSQL"_s);
-        tester.setServerName(cluster->tcpServerName());
-        EXPECT_FALSE(tester.TestUserIDAndPassword(database, login, password));
-        EXPECT_TRUE(tester.LastError().contains(u"password authentication failed"_s))
-            << tester.LastError().toStdString();
-        EXPECT_FALSE(tester.LastError().contains(password));
+        auto tester = postgresAdmin(cluster->tcpServerName());
+        EXPECT_FALSE(tester->TestUserIDAndPassword(database, login, password));
+        EXPECT_TRUE(tester->LastError().contains(u"password authentication failed"_s))
+            << tester->LastError().toStdString();
+        EXPECT_FALSE(tester->LastError().contains(password));
         // The failed test still remembers the account for connection strings.
-        EXPECT_TRUE(tester.BuildConnectionString(u"S"_s, database)
+        EXPECT_TRUE(tester->BuildConnectionString(u"S"_s, database)
                         .contains(u"Password='"_s + password + u"'"_s));
-        EXPECT_TRUE(tester.TestUserIDAndPassword(database, login, second))
-            << tester.LastError().toStdString();
-        for (const SQLAdmin *used : {admin.get(), &tester}) {
+        EXPECT_TRUE(tester->TestUserIDAndPassword(database, login, second))
+            << tester->LastError().toStdString();
+        for (const SQLAdmin *used : {admin.get(), tester.get()}) {
             EXPECT_FALSE(used->UpdateTrace().contains(password));
             EXPECT_FALSE(used->LastError().contains(password));
         }
@@ -163,11 +161,9 @@ TEST(LoginsPostgres, PasswordChangesAndRefusals)
     EXPECT_EQ(admin->LastError(), earlier);
     ASSERT_TRUE(admin->ChangeUserPassword(u"changed"_s, password));
     EXPECT_EQ(admin->LastError(), QString());
-    SQLAdmin tester;
-    tester.setServerType(u"PostgreSQL"_s);
-    tester.setServerName(cluster->socketServerName());
-    EXPECT_TRUE(tester.TestUserIDAndPassword(database, u"changed"_s, password))
-        << tester.LastError().toStdString();
+    auto tester = postgresAdmin(cluster->socketServerName());
+    EXPECT_TRUE(tester->TestUserIDAndPassword(database, u"changed"_s, password))
+        << tester->LastError().toStdString();
 
     // An ASCII password travels as the secret the server stores, never as itself.
     const QString ascii = u"Plain 'pw'; {x} \\ \"q\""_s;
@@ -177,26 +173,21 @@ TEST(LoginsPostgres, PasswordChangesAndRefusals)
     EXPECT_TRUE(statement.startsWith(u"ALTER ROLE \"changed\" PASSWORD E'SCRAM-SHA-256$4096:"_s));
     EXPECT_FALSE(statement.contains(u"Plain"_s));
     ASSERT_TRUE(admin->ChangeUserPassword(u"changed"_s, ascii));
-    EXPECT_TRUE(tester.TestUserIDAndPassword(database, u"changed"_s, ascii))
-        << tester.LastError().toStdString();
-    EXPECT_FALSE(tester.TestUserIDAndPassword(database, u"changed"_s, ascii + u" "_s));
+    EXPECT_TRUE(tester->TestUserIDAndPassword(database, u"changed"_s, ascii))
+        << tester->LastError().toStdString();
+    EXPECT_FALSE(tester->TestUserIDAndPassword(database, u"changed"_s, ascii + u" "_s));
     ASSERT_TRUE(admin->ChangeUserPassword(u"changed"_s, password));
 
     // A login without the right to create roles is refused by the server, in its words.
-    SQLAdmin plain;
-    plain.setServerType(u"PostgreSQL"_s);
-    plain.setServerName(cluster->tcpServerName());
-    plain.setUseIntegratedNTSecurity(false);
-    plain.setLoginName(u"plain"_s);
-    plain.setLoginPassword(u"plain-pw"_s);
-    ASSERT_TRUE(plain.Connect(false)) << plain.LastError().toStdString();
-    EXPECT_FALSE(plain.CreateUserID(database, u"intruder"_s, password));
-    EXPECT_TRUE(plain.LastError().contains(u"permission denied to create role"_s))
-        << plain.LastError().toStdString();
-    EXPECT_FALSE(plain.LastError().contains(password));
+    auto plain = postgresAdmin(cluster->tcpServerName(), u"plain"_s, u"plain-pw"_s);
+    ASSERT_TRUE(plain->Connect(false)) << plain->LastError().toStdString();
+    EXPECT_FALSE(plain->CreateUserID(database, u"intruder"_s, password));
+    EXPECT_TRUE(plain->LastError().contains(u"permission denied to create role"_s))
+        << plain->LastError().toStdString();
+    EXPECT_FALSE(plain->LastError().contains(password));
     EXPECT_EQ(ask(cluster, u"SELECT count(*) FROM pg_roles WHERE rolname = 'intruder'"_s), u"0"_s);
-    EXPECT_FALSE(plain.ChangeUserPassword(u"changed"_s, u"stolen"_s));
-    EXPECT_TRUE(plain.LastError().contains(u"permission denied"_s))
-        << plain.LastError().toStdString();
-    EXPECT_TRUE(tester.TestUserIDAndPassword(database, u"changed"_s, password));
+    EXPECT_FALSE(plain->ChangeUserPassword(u"changed"_s, u"stolen"_s));
+    EXPECT_TRUE(plain->LastError().contains(u"permission denied"_s))
+        << plain->LastError().toStdString();
+    EXPECT_TRUE(tester->TestUserIDAndPassword(database, u"changed"_s, password));
 }

@@ -39,11 +39,7 @@ struct Account
 
     explicit Account(Rows logins, Rows users = {})
     {
-        SQLAdminAccess::of(admin).factory = server.factory();
-        SQLAdminAccess::of(admin).probeLibrary = [](auto) {
-            return MGImport8::ManagementLibraryProbe{true, 8, 5};
-        };
-        admin.setServerName(u"SQLBOX"_s);
+        server.serve(admin, u"SQLBOX"_s);
         server.answers = {
             {loginsQuery, std::move(logins), {}},
             {usersQuery, std::move(users), {}},

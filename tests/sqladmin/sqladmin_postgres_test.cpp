@@ -6,6 +6,7 @@
 //   monitoring database from one without Nodes and Interfaces.
 #include <MGImport8/sqladmin.h>
 
+#include "admintesting.h"
 #include "pgcluster.h"
 
 #include <QSqlDatabase>
@@ -40,13 +41,7 @@ bool prepare(PgCluster *cluster)
 
 std::unique_ptr<SQLAdmin> adminFor(PgCluster *cluster, const QString &login, const QString &password)
 {
-    auto admin = std::make_unique<SQLAdmin>();
-    admin->setServerType(u"PostgreSQL"_s);
-    admin->setServerName(cluster->socketServerName());
-    admin->setUseIntegratedNTSecurity(login.isEmpty());
-    admin->setLoginName(login);
-    admin->setLoginPassword(password);
-    return admin;
+    return MGImport8::Test::postgresAdmin(cluster->socketServerName(), login, password);
 }
 
 } // namespace

@@ -7,14 +7,18 @@
 // - the version's first line, the data path cut after the last backslash;
 // - catalogue rows become columns, keys and grouped indexes, with names travelling as values so
 //   that quotes and brackets in them cannot change a statement;
+// - the data dictionary takes types and lengths as the server reports them (nvarchar in
+//   characters, max as -1), dbo tables by their bare names and others with their schema;
 // - RestartServer never stops a server that nothing here could start again: it sends nothing,
 //   stays connected and says why.
 #include <MGImport8/sqladmin.h>
 
+#include "admintesting.h"
 #include "scriptedsession.h"
 #include "sqladmin/admin/sqladmin_p.h"
 #include "sqladmin/manageddatabase.h"
 #include "sqladmin/managementserver.h"
+#include "testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -22,6 +26,7 @@ using namespace Qt::StringLiterals;
 using MGImport8::SQLAdmin;
 using MGImport8::SqlAdmin::ObjectName;
 using MGImport8::SqlAdmin::Rows;
+using MGImport8::Test::describe;
 using MGImport8::Test::ScriptedServer;
 
 namespace {
@@ -33,11 +38,7 @@ struct Fixture
 
     Fixture()
     {
-        MGImport8::SqlAdmin::SQLAdminAccess::of(admin).factory = server.factory();
-        MGImport8::SqlAdmin::SQLAdminAccess::of(admin).probeLibrary = [](auto) {
-            return MGImport8::ManagementLibraryProbe{true, 8, 5};
-        };
-        admin.setServerName(u"SQLBOX\\NODES"_s);
+        server.serve(admin, u"SQLBOX\\NODES"_s);
         admin.setUseIntegratedNTSecurity(false);
         admin.setLoginName(u"sa"_s);
         admin.setLoginPassword(u"Secret;1'"_s);
@@ -188,26 +189,14 @@ TEST(SQLAdminSqlServer, CatalogueRowsBecomeTheManagementObjects)
     EXPECT_FALSE(db->findTable(u"Interfaces"_s));
 
     f.server.sent.clear();
-    auto columns = db->columns(table.value());
-    ASSERT_TRUE(columns);
-    ASSERT_EQ(columns.value().size(), 3);
-    EXPECT_EQ(columns.value()[0].typeName, u"nvarchar"_s);
-    EXPECT_EQ(columns.value()[0].length, 15);
-    EXPECT_FALSE(columns.value()[0].nullable);
-    EXPECT_EQ(columns.value()[0].defaultText, u"('0.0.0.0')"_s);
-    EXPECT_TRUE(columns.value()[1].identity);
-    EXPECT_EQ(columns.value()[2].length, -1);
-    EXPECT_EQ(columns.value()[2].computedText, u"([IP]+'x')"_s);
-    auto key = db->primaryKey(table.value());
-    EXPECT_EQ(key.value().name, u"PK_Nodes"_s);
-    EXPECT_TRUE(key.value().clustered);
-    EXPECT_EQ(key.value().columns, (QStringList{u"ID"_s, u"IP"_s}));
-    auto indexes = db->indexes(table.value());
-    ASSERT_EQ(indexes.value().size(), 2);
-    EXPECT_TRUE(indexes.value()[0].primaryKey);
-    EXPECT_EQ(indexes.value()[0].columns, (QStringList{u"ID"_s, u"IP"_s}));
-    EXPECT_EQ(indexes.value()[1].columns, (QStringList{u"Label"_s}));
-    EXPECT_FALSE(indexes.value()[1].unique);
+    EXPECT_EQ(describe(db->columns(table.value()).value()),
+              (QStringList{u"IP nvarchar 15 default=('0.0.0.0')"_s, u"ID int 4 identity"_s,
+                           u"Label nvarchar -1 null computed=([IP]+'x')"_s}));
+    auto key = db->primaryKey(table.value()).value();
+    EXPECT_EQ(QStringList(key.name) << key.columns << QString::number(key.clustered),
+              (QStringList{u"PK_Nodes"_s, u"ID"_s, u"IP"_s, u"1"_s}));
+    EXPECT_EQ(describe(db->indexes(table.value()).value()),
+              (QStringList{u"PK_Nodes(ID,IP) unique clustered primary"_s, u"IX_Label(Label)"_s}));
     // The odd name went as a value every time; no statement holds it.
     ASSERT_EQ(f.server.sent.size(), 3);
     for (const auto &sent : std::as_const(f.server.sent)) {
@@ -247,4 +236,32 @@ TEST(SQLAdminSqlServer, RoutinesUsersAndRolesKeepTheServersDates)
     ASSERT_TRUE(
         db->createRoutine(u'V', {u"dbo"_s, u"vwX"_s}, u"CREATE VIEW vwX AS SELECT 1 AS a"_s));
     EXPECT_EQ(f.server.texts(), QStringList{u"CREATE VIEW vwX AS SELECT 1 AS a"_s});
+}
+
+TEST(SQLAdminSqlServer, DataDictionaryTypesAndNamesAsTheServerReportsThem)
+{
+    Fixture f;
+    f.answer(u"FROM sys.tables"_s, {{u"audit"_s, u"Log"_s}, {u"dbo"_s, u"Nodes"_s}});
+    f.answer(u"FROM sys.columns"_s,
+             {{u"IPAddress"_s, u"nvarchar"_s, 50, false, false, QVariant(), QVariant()},
+              {u"Notes"_s, u"nvarchar"_s, -1, true, false, QVariant(), QVariant()},
+              {u"NodeID"_s, u"int"_s, 4, false, true, QVariant(), QVariant()}});
+    ASSERT_TRUE(f.admin.Connect(false));
+    MGImport8::Test::TempFolder folder;
+    const QString file = folder.path() + u"/nodes.xml"_s;
+    ASSERT_TRUE(f.admin.WriteDataDictionary(u"nodes"_s, file)) << f.admin.LastError().toStdString();
+    QString log;
+    ASSERT_TRUE(f.admin.UpdateDataDictionary(u"NODES"_s, u"AUDIT.LOG"_s, file, log));
+    EXPECT_EQ(log.count(u"Added Field"_s), 3);
+    const QByteArray text = MGImport8::Test::fileBytes(file);
+    for (const char *expected :
+         {"<Database Name=\"NODES\">", "<Table Name=\"audit.Log\">", "<Table Name=\"Nodes\">",
+          "<Column Name=\"IPAddress\" Parse=\"\" Format=\"\" Template=\"\" Units=\"\" "
+          "Length=\"50\" DataType=\"nvarchar\" Description=\"\" />",
+          "<Column Name=\"Notes\" Parse=\"\" Format=\"\" Template=\"\" Units=\"\" Length=\"-1\" "
+          "DataType=\"nvarchar\" Description=\"\" />",
+          "DataType=\"int\" Length=\"4\" Width=\"\""}) {
+        EXPECT_TRUE(text.contains(expected)) << expected << "\n" << text.constData();
+    }
+    EXPECT_EQ(text.count("<Field "), 3);
 }

@@ -14,6 +14,12 @@ QString corpusDir()
     return QDir(dir).canonicalPath();
 }
 
+QByteArray fileBytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
+}
+
 TempFolder::TempFolder()
 {
     if (!m_dir.isValid())

@@ -14,6 +14,9 @@ namespace MGImport8::Test {
 /// it call MGIMPORT8_REQUIRE_CORPUS() first.
 QString corpusDir();
 
+/// The bytes of a file, or "(missing)" when it cannot be read.
+QByteArray fileBytes(const QString &path);
+
 /// A fresh temporary folder for one test, removed afterwards.
 class TempFolder
 {
