@@ -5,6 +5,7 @@
 
 #include <MGImport8/sqladmin.h>
 
+#include "common/connectionstring.h"
 #include "sqladmin/catalogue.h"
 
 #include <QStringList>
@@ -25,6 +26,32 @@ inline std::unique_ptr<SQLAdmin> postgresAdmin(const QString &server, const QStr
     admin->setLoginPassword(password);
     return admin;
 }
+
+/// The SQL Server that MGIMPORT8_TEST_MSSQL names as a FreeTDS connection string
+/// ("SERVER=host;PORT=1433;UID=sa;PWD=..."), as an admin set up to log in to it and its server
+/// name in `server`; nullptr when the variable is not set.
+inline std::unique_ptr<SQLAdmin> realSqlServerAdmin(QString *server)
+{
+    const QString target = qEnvironmentVariable("MGIMPORT8_TEST_MSSQL");
+    if (target.isEmpty())
+        return nullptr;
+    const auto entries = ConnectionString::parse(target);
+    *server = entries.text(QStringLiteral("SERVER"));
+    if (!entries.text(QStringLiteral("PORT")).isEmpty())
+        *server += u',' + entries.text(QStringLiteral("PORT"));
+    auto admin = std::make_unique<SQLAdmin>();
+    admin->setServerName(*server);
+    admin->setUseIntegratedNTSecurity(entries.text(QStringLiteral("UID")).isEmpty());
+    admin->setLoginName(entries.text(QStringLiteral("UID")));
+    admin->setLoginPassword(entries.text(QStringLiteral("PWD")));
+    return admin;
+}
+
+#define MGIMPORT8_REQUIRE_MSSQL(admin, server)                                                     \
+    QString server;                                                                                \
+    const auto admin = ::MGImport8::Test::realSqlServerAdmin(&server);                             \
+    if (!admin)                                                                                    \
+    GTEST_SKIP() << "MGIMPORT8_TEST_MSSQL names no SQL Server (a FreeTDS connection string)"
 
 /// "name type length [null] [identity] [default=...] [computed=...]" per column.
 inline QStringList describe(const QList<SqlAdmin::ColumnInfo> &columns)

@@ -5,6 +5,7 @@
 //   UID=sa;PWD=..."), SQLAdmin runs against that SQL Server for real.
 #include <MGImport8/sqladmin.h>
 
+#include "admintesting.h"
 #include "common/connectionstring.h"
 #include "sqladmin/connectiontranslator.h"
 #include "sqladmin/manageddatabase.h"
@@ -100,41 +101,30 @@ TEST(Drivers, SilentServerIsGivenUpAfterTheLoginTimeout)
 
 TEST(Drivers, RealSqlServer)
 {
-    const QString target = qEnvironmentVariable("MGIMPORT8_TEST_MSSQL");
-    if (target.isEmpty())
-        GTEST_SKIP() << "MGIMPORT8_TEST_MSSQL names no SQL Server (a FreeTDS connection string)";
-    const auto entries = MGImport8::ConnectionString::parse(target);
-    QString server = entries.text(u"SERVER"_s);
-    if (!entries.text(u"PORT"_s).isEmpty())
-        server += u',' + entries.text(u"PORT"_s);
-    SQLAdmin admin;
-    admin.setServerName(server);
-    admin.setUseIntegratedNTSecurity(entries.text(u"UID"_s).isEmpty());
-    admin.setLoginName(entries.text(u"UID"_s));
-    admin.setLoginPassword(entries.text(u"PWD"_s));
-    ASSERT_TRUE(admin.Connect(false)) << admin.LastError().toStdString();
-    EXPECT_TRUE(admin.SQlServerVersion().startsWith(u"Microsoft SQL Server"_s));
-    EXPECT_FALSE(admin.ServerNetName().isEmpty());
-    EXPECT_EQ(admin.Databases().value(0), u"master"_s);
-    EXPECT_TRUE(admin.DatabaseExist(u"MASTER"_s));
-    EXPECT_FALSE(admin.DefaultDataPath().isEmpty());
-    auto *master = admin.GetDatabase(u"master"_s);
-    ASSERT_NE(master, nullptr) << admin.LastError().toStdString();
+    MGIMPORT8_REQUIRE_MSSQL(admin, server);
+    ASSERT_TRUE(admin->Connect(false)) << admin->LastError().toStdString();
+    EXPECT_TRUE(admin->SQlServerVersion().startsWith(u"Microsoft SQL Server"_s));
+    EXPECT_FALSE(admin->ServerNetName().isEmpty());
+    EXPECT_EQ(admin->Databases().value(0), u"master"_s);
+    EXPECT_TRUE(admin->DatabaseExist(u"MASTER"_s));
+    EXPECT_FALSE(admin->DefaultDataPath().isEmpty());
+    auto *master = admin->GetDatabase(u"master"_s);
+    ASSERT_NE(master, nullptr) << admin->LastError().toStdString();
     EXPECT_TRUE(master->tables()) << master->tables().error().toStdString();
     EXPECT_TRUE(master->roles());
     EXPECT_TRUE(master->executeImmediate(u"SELECT 1"_s));
     {
-        MGImport8::DatabaseHandle handle = admin.DatabaseConnection(server, u"master"_s);
-        ASSERT_TRUE(handle.isOpen()) << admin.LastError().toStdString();
+        MGImport8::DatabaseHandle handle = admin->DatabaseConnection(server, u"master"_s);
+        ASSERT_TRUE(handle.isOpen()) << admin->LastError().toStdString();
         QSqlQuery query(handle.database());
         EXPECT_TRUE(query.exec(u"SELECT DB_NAME()"_s) && query.next());
         EXPECT_EQ(query.value(0).toString(), u"master"_s);
     }
-    EXPECT_FALSE(admin.VerifyDatabase(server, u"master"_s));
+    EXPECT_FALSE(admin->VerifyDatabase(server, u"master"_s));
 
-    admin.setUseIntegratedNTSecurity(false);
-    admin.setLoginPassword(u"Wrong-Secret-77"_s);
-    EXPECT_FALSE(admin.Connect(false));
-    EXPECT_FALSE(admin.LastError().isEmpty());
-    EXPECT_FALSE(admin.LastError().contains(u"Wrong-Secret-77"_s));
+    admin->setUseIntegratedNTSecurity(false);
+    admin->setLoginPassword(u"Wrong-Secret-77"_s);
+    EXPECT_FALSE(admin->Connect(false));
+    EXPECT_FALSE(admin->LastError().isEmpty());
+    EXPECT_FALSE(admin->LastError().contains(u"Wrong-Secret-77"_s));
 }

@@ -11,6 +11,7 @@
 // - with MGIMPORT8_TEST_MSSQL, the account is built, tested and changed on a real server.
 #include <MGImport8/sqladmin.h>
 
+#include "admintesting.h"
 #include "common/connectionstring.h"
 #include "scriptedsession.h"
 #include "sqladmin/admin/sqladmin_p.h"
@@ -241,37 +242,26 @@ TEST(LoginsSqlServer, ChangeUserPassword)
 // ("SERVER=host;PORT=1433;UID=sa;PWD=..."), the same account is built on that server for real.
 TEST(LoginsSqlServer, RealServer)
 {
-    const QString target = qEnvironmentVariable("MGIMPORT8_TEST_MSSQL");
-    if (target.isEmpty())
-        GTEST_SKIP() << "MGIMPORT8_TEST_MSSQL names no SQL Server (a FreeTDS connection string)";
-    const auto entries = MGImport8::ConnectionString::parse(target);
-    QString server = entries.text(u"SERVER"_s);
-    if (!entries.text(u"PORT"_s).isEmpty())
-        server += u',' + entries.text(u"PORT"_s);
-    SQLAdmin admin;
-    admin.setServerName(server);
-    admin.setUseIntegratedNTSecurity(entries.text(u"UID"_s).isEmpty());
-    admin.setLoginName(entries.text(u"UID"_s));
-    admin.setLoginPassword(entries.text(u"PWD"_s));
-    ASSERT_TRUE(admin.Connect(true)) << admin.LastError().toStdString();
+    MGIMPORT8_REQUIRE_MSSQL(admin, server);
+    ASSERT_TRUE(admin->Connect(true)) << admin->LastError().toStdString();
     const QString db = u"mgimport8_accounts"_s;
     const QString login = u"O'Brien]mgimport8"_s;
     const QString strong = u"Aa1'; {x} \"é\" "_s + password;
-    if (!admin.DatabaseExist(db)) {
-        ASSERT_TRUE(admin.SQLServer()->executeImmediate(u"CREATE DATABASE "_s + db));
+    if (!admin->DatabaseExist(db)) {
+        ASSERT_TRUE(admin->SQLServer()->executeImmediate(u"CREATE DATABASE "_s + db));
     }
-    ASSERT_TRUE(admin.CreateUserID(db, login, strong)) << admin.LastError().toStdString();
-    EXPECT_TRUE(admin.DoesAccountExist(db, login)) << admin.LastError().toStdString();
+    ASSERT_TRUE(admin->CreateUserID(db, login, strong)) << admin->LastError().toStdString();
+    EXPECT_TRUE(admin->DoesAccountExist(db, login)) << admin->LastError().toStdString();
     SQLAdmin tester;
     tester.setServerName(server);
     EXPECT_FALSE(tester.TestUserIDAndPassword(db, login, strong + u"x"_s));
     EXPECT_FALSE(tester.LastError().contains(strong));
     EXPECT_TRUE(tester.TestUserIDAndPassword(db, login, strong))
         << tester.LastError().toStdString();
-    EXPECT_TRUE(admin.ChangeUserPassword(login, strong + u"2"_s));
+    EXPECT_TRUE(admin->ChangeUserPassword(login, strong + u"2"_s));
     EXPECT_TRUE(tester.TestUserIDAndPassword(db, login, strong + u"2"_s));
-    auto *database = admin.GetDatabase(db);
+    auto *database = admin->GetDatabase(db);
     ASSERT_NE(database, nullptr);
     EXPECT_TRUE(database->executeImmediate(u"DROP USER [O'Brien]]mgimport8]"_s));
-    EXPECT_TRUE(admin.SQLServer()->executeImmediate(u"DROP LOGIN [O'Brien]]mgimport8]"_s));
+    EXPECT_TRUE(admin->SQLServer()->executeImmediate(u"DROP LOGIN [O'Brien]]mgimport8]"_s));
 }

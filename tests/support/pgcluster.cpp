@@ -127,13 +127,10 @@ bool PgCluster::initialise(QString *error)
     const QString folder = m_folder.path();
     ::chmod(QFile::encodeName(folder).constData(), 0755);
     const QString passwordFile = folder + u"/superuser.pw"_s;
-    {
-        QFile file(passwordFile);
-        if (!file.open(QIODevice::WriteOnly)) {
-            *error = u"cannot write "_s + passwordFile;
-            return false;
-        }
-        file.write(QByteArray(superPassword) + '\n');
+    if (QFile file(passwordFile);
+        !file.open(QIODevice::WriteOnly) || file.write(QByteArray(superPassword) + '\n') < 0) {
+        *error = u"cannot write "_s + passwordFile;
+        return false;
     }
     if (runningAsRoot() && (!giveToPostgres(folder) || !giveToPostgres(passwordFile))) {
         *error = u"the tests run as root and there is no postgres user to run the server"_s;
@@ -151,17 +148,13 @@ bool PgCluster::initialise(QString *error)
     }
     // The test user logs in by its identity over the socket; everybody else gives a password.
     QFile hba(folder + u"/data/pg_hba.conf"_s);
-    if (!hba.open(QIODevice::ReadOnly)) {
-        *error = u"cannot read pg_hba.conf"_s;
-        return false;
-    }
-    const QByteArray rules = hba.readAll();
+    const QByteArray rules = hba.open(QIODevice::ReadOnly) ? hba.readAll() : QByteArray();
     hba.close();
-    if (!hba.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        *error = u"cannot write pg_hba.conf"_s;
+    if (rules.isEmpty() || !hba.open(QIODevice::WriteOnly | QIODevice::Truncate)
+        || hba.write("local all " + osUser().toLocal8Bit() + " peer\n" + rules) < 0) {
+        *error = u"cannot rewrite pg_hba.conf"_s;
         return false;
     }
-    hba.write("local all " + osUser().toLocal8Bit() + " peer\n" + rules);
     hba.close();
     m_port = freePort();
     if (m_port == 0) {
