@@ -26,8 +26,8 @@ TEST(SourceKind, MethodNamesAreComparedUpperCased)
     };
     for (const auto &c : cases)
         EXPECT_EQ(MGImport8::sourceKind(c.method), c.kind) << c.method.toStdString();
-    for (SourceKind kind : {SourceKind::TextFile, SourceKind::AccessDatabase,
-                            SourceKind::SqlServer, SourceKind::PostgreSql})
+    for (SourceKind kind : {SourceKind::TextFile, SourceKind::AccessDatabase, SourceKind::SqlServer,
+                            SourceKind::PostgreSql})
         EXPECT_EQ(MGImport8::sourceKind(MGImport8::methodName(kind)), kind);
     EXPECT_TRUE(MGImport8::methodName(SourceKind::Other).isEmpty());
 }

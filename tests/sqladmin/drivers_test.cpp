@@ -10,13 +10,12 @@
 #include "sqladmin/connectiontranslator.h"
 #include "sqladmin/manageddatabase.h"
 #include "sqladmin/qtsession.h"
+#include "testsupport.h"
 
 #include <QElapsedTimer>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -38,16 +37,10 @@ class SilentListener
 {
 public:
     SilentListener()
+        : m_socket(MGImport8::Test::loopbackSocket(SOCK_STREAM, &m_port))
     {
-        m_socket = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        if (m_socket >= 0 && ::bind(m_socket, reinterpret_cast<sockaddr *>(&address), length) == 0
-            && ::listen(m_socket, 8) == 0
-            && ::getsockname(m_socket, reinterpret_cast<sockaddr *>(&address), &length) == 0)
-            m_port = ntohs(address.sin_port);
+        if (m_socket < 0 || ::listen(m_socket, 8) != 0)
+            m_port = 0;
     }
     ~SilentListener()
     {
@@ -57,8 +50,8 @@ public:
     int port() const { return m_port; }
 
 private:
+    quint16 m_port = 0;
     int m_socket = -1;
-    int m_port = 0;
 };
 
 } // namespace

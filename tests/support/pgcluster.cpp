@@ -1,13 +1,13 @@
 #include "pgcluster.h"
 
+#include "testsupport.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <pwd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -48,18 +48,9 @@ bool giveToPostgres(const QString &path)
 // A port that nothing listens on now: the one the system picks for a socket bound to port 0.
 int freePort()
 {
-    const int probe = ::socket(AF_INET, SOCK_STREAM, 0);
-    if (probe < 0)
-        return 0;
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    int port = 0;
-    if (::bind(probe, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0
-        && ::getsockname(probe, reinterpret_cast<sockaddr *>(&address), &length) == 0)
-        port = ntohs(address.sin_port);
-    ::close(probe);
+    quint16 port = 0;
+    if (const int probe = loopbackSocket(SOCK_STREAM, &port); probe >= 0)
+        ::close(probe);
     return port;
 }
 

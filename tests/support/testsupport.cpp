@@ -4,6 +4,11 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 namespace MGImport8::Test {
 
 QString corpusDir()
@@ -18,6 +23,23 @@ QByteArray fileBytes(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
+}
+
+int loopbackSocket(int type, quint16 *port)
+{
+    const int socket = ::socket(AF_INET, type, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    if (socket >= 0
+        && (::bind(socket, reinterpret_cast<sockaddr *>(&address), length) != 0
+            || ::getsockname(socket, reinterpret_cast<sockaddr *>(&address), &length) != 0)) {
+        ::close(socket);
+        return -1;
+    }
+    *port = ntohs(address.sin_port);
+    return socket;
 }
 
 TempFolder::TempFolder()

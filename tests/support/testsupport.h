@@ -17,6 +17,10 @@ QString corpusDir();
 /// The bytes of a file, or "(missing)" when it cannot be read.
 QByteArray fileBytes(const QString &path);
 
+/// A socket of `type` (SOCK_STREAM, SOCK_DGRAM) bound to a port the system picks on 127.0.0.1,
+/// with that port in `port`; -1 when there is none. The caller closes it.
+int loopbackSocket(int type, quint16 *port);
+
 /// A fresh temporary folder for one test, removed afterwards.
 class TempFolder
 {

@@ -5,6 +5,7 @@
 
 #include "sqladmin/discovery/ssrpreply.h"
 
+#include "ssrpresponder.h"
 #include "testsupport.h"
 
 #include <QFile>
@@ -25,10 +26,7 @@ QByteArray corpusFile(const QString &name)
 
 QByteArray reply(const QByteArray &text)
 {
-    QByteArray datagram(1, '\x05');
-    datagram.append(static_cast<char>(text.size() & 0xff));
-    datagram.append(static_cast<char>(text.size() >> 8));
-    return datagram + text;
+    return MGImport8::Test::SsrpResponder::reply(text);
 }
 
 // "name:port" per instance, so one string says what was understood.
