@@ -32,6 +32,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 // Compares two texts and shows them, not their code units, when they differ.
 #define EXPECT_TEXT(actual, expected)                                                              \
     EXPECT_EQ(QString(actual).toStdString(), QString(expected).toStdString())
@@ -102,10 +104,13 @@ bool prepareCatalogue(PgCluster *cluster)
     return done;
 }
 
+// The password superuser's admin, connected as a system administrator.
 std::unique_ptr<SQLAdmin> superAdmin(const QString &server)
 {
-    return postgresAdmin(server, QString::fromLatin1(PgCluster::superUser),
-                         QString::fromLatin1(PgCluster::superPassword));
+    auto admin = postgresAdmin(server, QString::fromLatin1(PgCluster::superUser),
+                               QString::fromLatin1(PgCluster::superPassword));
+    EXPECT_TRUE(admin->Connect(true)) << admin->LastError().toStdString();
+    return admin;
 }
 
 const QString database = u"accounts"_s;
@@ -339,7 +344,6 @@ TEST(CataloguePostgres, TablesColumnsKeysAndIndexes)
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
     ASSERT_TRUE(prepareCatalogue(cluster));
     auto admin = superAdmin(cluster->socketServerName());
-    ASSERT_TRUE(admin->Connect(true)) << admin->LastError().toStdString();
     ManagedDatabase *db = admin->GetDatabase(u"CATALOGUE"_s);
     ASSERT_NE(db, nullptr) << admin->LastError().toStdString();
 
@@ -375,7 +379,7 @@ TEST(CataloguePostgres, LoginsUsersRolesAndBatches)
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
     ASSERT_TRUE(prepareCatalogue(cluster));
     auto admin = superAdmin(cluster->tcpServerName());
-    ASSERT_TRUE(admin->Connect(true)) << admin->LastError().toStdString();
+    ASSERT_TRUE(admin->Connected());
     auto logins = admin->SQLServer()->logins();
     ASSERT_TRUE(logins);
     QStringList names;
@@ -386,16 +390,11 @@ TEST(CataloguePostgres, LoginsUsersRolesAndBatches)
     EXPECT_FALSE(names.contains(u"readers"_s));
     ManagedDatabase *db = admin->GetDatabase(u"catalogue"_s);
     ASSERT_NE(db, nullptr);
-    auto roles = db->roles();
-    ASSERT_TRUE(roles);
-    bool found = false;
-    for (const auto &role : roles.value()) {
-        if (role.name == u"readers"_s) {
-            found = true;
-            EXPECT_EQ(role.members, QStringList{u"reader"_s});
-        }
-    }
-    EXPECT_TRUE(found);
+    const auto roles = db->roles().value();
+    const auto readers = std::find_if(roles.begin(), roles.end(),
+                                      [](const auto &role) { return role.name == u"readers"_s; });
+    ASSERT_NE(readers, roles.end());
+    EXPECT_EQ(readers->members, QStringList{u"reader"_s});
     EXPECT_FALSE(db->users().value().isEmpty());
 
     EXPECT_TRUE(db->executeImmediate(u"CREATE TABLE batch_a (x int); INSERT INTO batch_a VALUES "
@@ -418,7 +417,6 @@ TEST(CataloguePostgres, CreationDatesSurviveARestartAndAStopIsReportedAtOnce)
     const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
     {
         auto admin = superAdmin(cluster->socketServerName());
-        ASSERT_TRUE(admin->Connect(true)) << admin->LastError().toStdString();
         ManagedDatabase *db = admin->GetDatabase(u"postgres"_s);
         ASSERT_NE(db, nullptr);
         ASSERT_TRUE(db->createRoutine(u'V', {u"public"_s, u"made_here"_s},
@@ -434,7 +432,6 @@ TEST(CataloguePostgres, CreationDatesSurviveARestartAndAStopIsReportedAtOnce)
     ASSERT_TRUE(cluster->start());
 
     auto admin = superAdmin(cluster->socketServerName());
-    ASSERT_TRUE(admin->Connect(true)) << admin->LastError().toStdString();
     ManagedDatabase *db = admin->GetDatabase(u"postgres"_s);
     ASSERT_NE(db, nullptr);
     auto views = db->views();

@@ -1,25 +1,14 @@
-// SQLAdmin and the management layer on SQL Server, through the statements they send and the
-// catalogue rows SQL Server answers with:
-// - Connect logs in to master with the login timeout and decides by the sysadmin and identity
-//   answers, with the exact messages (the NetName inside them, the stored login even when empty);
-// - a missing driver stack gives the "not installed" message; a failed login its description;
-// - database names keep the server's order, DatabaseExist compares without case;
-// - the version's first line, the data path cut after the last backslash;
-// - catalogue rows become columns, keys and grouped indexes, with names travelling as values so
-//   that quotes and brackets in them cannot change a statement;
-// - the data dictionary takes types and lengths as the server reports them (nvarchar in
-//   characters, max as -1), dbo tables by their bare names and others with their schema;
-// - RestartServer never stops a server that nothing here could start again: it sends nothing,
-//   stays connected and says why.
-// - CreateUserID creates a missing login, overwrites an existing one's password, drops and
-//   re-creates the user and grants only the account roles the database has, in that order;
-// - names are quoted as identifiers with ] doubled and passwords as N'' literals with ' doubled,
-//   so O'Brien, dom\user and a]b work and a password with quotes, braces and accents goes in whole;
-// - DoesAccountExist compares names exactly, changes nothing when the account is incomplete and
-//   repairs the default database and the roles when it is there;
-// - ChangeUserPassword leaves LastError alone for an unknown login and passes a refusal on;
-// - a refusal part-way stops the rest and never shows the password;
-// - with MGIMPORT8_TEST_MSSQL, the account is built, tested and changed on a real server.
+// SQLAdmin on SQL Server, through the statements it sends and the catalogue rows it is answered:
+// - Connect logs in to master and decides by the sysadmin and identity answers, exact messages;
+// - a missing driver stack says "not installed"; a failed login leaves its description;
+// - database order and case, the version's first line, the data path cut at its last backslash;
+//   RestartServer never stops a server nothing here could start again;
+// - catalogue rows become columns, keys, grouped indexes and dated routines, names sent as values;
+// - the data dictionary takes types, lengths and schema-qualified names as the server reports;
+// - CreateUserID creates or updates the login, re-creates the user and grants the roles there
+//   are, in order, with ] and ' doubled; a refusal part-way stops the rest, password unshown;
+// - DoesAccountExist compares exactly and repairs; ChangeUserPassword keeps LastError for an
+//   unknown login; with MGIMPORT8_TEST_MSSQL, the account is built on a real server.
 #include <MGImport8/sqladmin.h>
 
 #include "admintesting.h"

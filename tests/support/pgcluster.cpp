@@ -54,6 +54,22 @@ int freePort()
     return port;
 }
 
+// Runs a program to its end (or kills it at the time-out), stdout and stderr together in `output`.
+bool runToEnd(QProcess &process, const QString &program, const QStringList &arguments,
+              QString *output)
+{
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(program, arguments);
+    const bool finished = process.waitForFinished(toolTimeoutMilliseconds);
+    if (output)
+        *output = QString::fromUtf8(process.readAll()).trimmed();
+    if (!finished) {
+        process.kill();
+        process.waitForFinished();
+    }
+    return finished && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
 void stopShared()
 {
     sharedCluster.reset();
@@ -158,23 +174,12 @@ bool PgCluster::initialise(QString *error)
 bool PgCluster::runTool(const QString &tool, const QStringList &arguments, QString *output) const
 {
     QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
     process.setWorkingDirectory(m_folder.path());
     const QString program = binDir() + u'/' + tool;
     if (runningAsRoot())
-        process.start(u"runuser"_s,
-                      QStringList{u"-u"_s, u"postgres"_s, u"--"_s, program} + arguments);
-    else
-        process.start(program, arguments);
-    const bool finished = process.waitForFinished(toolTimeoutMilliseconds);
-    if (output)
-        *output = QString::fromLocal8Bit(process.readAll()).trimmed();
-    if (!finished) {
-        process.kill();
-        process.waitForFinished();
-        return false;
-    }
-    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+        return runToEnd(process, u"runuser"_s,
+                        QStringList{u"-u"_s, u"postgres"_s, u"--"_s, program} + arguments, output);
+    return runToEnd(process, program, arguments, output);
 }
 
 bool PgCluster::start(QString *error)
@@ -233,18 +238,14 @@ bool PgCluster::psqlSteps(std::initializer_list<std::pair<QString, QString>> ste
 bool PgCluster::psql(const QString &database, const QString &sql, QString *output) const
 {
     QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"PGPASSWORD"_s, QString::fromLatin1(superPassword));
     process.setProcessEnvironment(environment);
-    process.start(binDir() + u"/psql"_s,
-                  {u"-X"_s, u"-q"_s, u"-A"_s, u"-t"_s, u"-v"_s, u"ON_ERROR_STOP=1"_s, u"-h"_s,
-                   m_folder.path(), u"-p"_s, QString::number(m_port), u"-U"_s,
-                   QString::fromLatin1(superUser), u"-d"_s, database, u"-c"_s, sql});
-    const bool finished = process.waitForFinished(toolTimeoutMilliseconds);
-    if (output)
-        *output = QString::fromUtf8(process.readAll()).trimmed();
-    return finished && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    return runToEnd(process, binDir() + u"/psql"_s,
+                    {u"-X"_s, u"-q"_s, u"-A"_s, u"-t"_s, u"-v"_s, u"ON_ERROR_STOP=1"_s, u"-h"_s,
+                     m_folder.path(), u"-p"_s, QString::number(m_port), u"-U"_s,
+                     QString::fromLatin1(superUser), u"-d"_s, database, u"-c"_s, sql},
+                    output);
 }
 
 } // namespace MGImport8::Test
