@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QMetaProperty>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -40,6 +41,14 @@ int loopbackSocket(int type, quint16 *port)
     }
     *port = ntohs(address.sin_port);
     return socket;
+}
+
+QStringList ownPropertyNames(const QMetaObject &meta)
+{
+    QStringList names;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
+        names.append(QString::fromLatin1(meta.property(i).name()));
+    return names;
 }
 
 TempFolder::TempFolder()
