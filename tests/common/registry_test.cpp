@@ -278,7 +278,7 @@ TEST(RegistryWriter, ChangesOnlyTheValuesLine)
     EXPECT_EQ(edited(u"", u"d"), withDefault);
 }
 
-TEST_F(Registry, WriterRoundTripsThroughFiles)
+TEST_F(Registry, WriterRoundTripsThroughFilesAndLeavesForeignOnesAlone)
 {
     // A new user file, with its folder.
     ASSERT_TRUE(setRegistryString(u"HKCU"_s, u"Software\\MG"_s, u"Server"_s, u"db1"_s));
@@ -314,10 +314,8 @@ TEST_F(Registry, WriterRoundTripsThroughFiles)
     // Classes go where readers find them: the machine's SOFTWARE\Classes for a new key.
     ASSERT_TRUE(setRegistryString(u"HKCR"_s, u"NewClass"_s, u""_s, u"v"_s));
     EXPECT_EQ(read(u"HKLM", u"SOFTWARE\\Classes\\NewClass", u""), u"v"_s);
-}
 
-TEST_F(Registry, WriterLeavesForeignFilesAlone)
-{
+    // A file that is not a registry file is never overwritten; bad roots and keys are refused.
     writeUser("not a registry file\n");
     QString error;
     EXPECT_FALSE(setRegistryString(u"HKCU"_s, u"Software"_s, u"A"_s, u"b"_s, &error));

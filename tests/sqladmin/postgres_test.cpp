@@ -296,7 +296,7 @@ TEST(SQLAdminPostgres, FailedLoginsSayWhyWithoutThePassword)
     }
 }
 
-TEST(SQLAdminPostgres, SysAdminRequirementRefusesAnOrdinaryLogin)
+TEST(SQLAdminPostgres, OrdinaryLoginIsNoAdministratorButConnectsAndVerifies)
 {
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
     ASSERT_TRUE(prepareMonitoring(cluster));
@@ -308,13 +308,6 @@ TEST(SQLAdminPostgres, SysAdminRequirementRefusesAnOrdinaryLogin)
                                       + QSysInfo::machineHostName() + u")"_s);
     EXPECT_TRUE(admin->Connect(false)) << admin->LastError().toStdString();
     EXPECT_EQ(admin->LastError(), QString());
-}
-
-TEST(SQLAdminPostgres, DatabaseConnectionAndVerification)
-{
-    MGIMPORT8_REQUIRE_POSTGRES(cluster);
-    ASSERT_TRUE(prepareMonitoring(cluster));
-    auto admin = postgresAdmin(cluster->socketServerName(), plainUser, plainPassword);
     const QString server = cluster->tcpServerName();
     {
         MGImport8::DatabaseHandle handle = admin->DatabaseConnection(server, u"Monitoring"_s);
