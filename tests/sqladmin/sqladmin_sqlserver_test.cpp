@@ -139,11 +139,10 @@ TEST(SQLAdminSqlServer, ConnectDecidesByTheServersAnswers)
         EXPECT_EQ(f.admin.LastError(), c.error);
         ASSERT_EQ(f.server.logins.size(), 1);
         const auto &login = f.server.logins.first();
-        EXPECT_EQ(login.server, u"SQLBOX\\NODES"_s);
-        EXPECT_EQ(login.database, u"master"_s);
-        EXPECT_EQ(login.loginTimeout, 20);
-        EXPECT_EQ(login.integrated, c.integrated);
-        EXPECT_EQ(login.password, u"Secret;1'"_s);
+        EXPECT_EQ((QStringList{login.server, login.database, QString::number(login.loginTimeout),
+                               QString::number(login.integrated), login.password}),
+                  (QStringList{u"SQLBOX\\NODES"_s, u"master"_s, u"20"_s,
+                               QString::number(c.integrated), u"Secret;1'"_s}));
     }
 }
 

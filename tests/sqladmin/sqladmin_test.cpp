@@ -156,10 +156,9 @@ TEST(SQLAdmin, SettingsElement)
                          "</Settings>");
     SQLAdmin back;
     back.LoadSettings(parent.child("SQLServer"));
-    EXPECT_EQ(back.ServerName(), u"SRV\\A"_s);
-    EXPECT_FALSE(back.UseIntegratedNTSecurity());
-    EXPECT_EQ(back.LoginName(), u"sa"_s);
-    EXPECT_EQ(back.LoginPassword(), u"p\"<&>"_s);
+    EXPECT_EQ((QStringList{back.ServerName(), QString::number(back.UseIntegratedNTSecurity()),
+                           back.LoginName(), back.LoginPassword()}),
+              (QStringList{u"SRV\\A"_s, u"0"_s, u"sa"_s, u"p\"<&>"_s}));
 
     // Unknown and missing attributes keep what was there; a later name in any case wins.
     struct Case
