@@ -209,10 +209,6 @@ TEST(AccessFiles, limitsHoldAndBadNamesFail)
     EXPECT_FALSE(database->readTable(u"MSysNothing"_s, 5, sink).ok());
 }
 
-} // namespace MGImport8::Test
-
-namespace MGImport8::Test {
-
 // Property blocks that sent the library's parser into an endless loop or past the block's end
 // (found by fuzzing) are refused; real blocks pass.
 TEST(AccessCatalogueProperties, inconsistentBlocksAreRefused)
