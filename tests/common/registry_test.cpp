@@ -37,12 +37,6 @@ QString withCrLf(QString text)
     return text.replace(u'\n', u"\r\n"_s);
 }
 
-QByteArray readAll(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 const QString machineText = uR"REG(Windows Registry Editor Version 5.00
 
 ; values of every kind
@@ -284,11 +278,12 @@ TEST(RegistryWriter, ChangesOnlyTheValuesLine)
     EXPECT_EQ(edited(u"", u"d"), withDefault);
 }
 
-TEST_F(Registry, WriterRoundTripsThroughFiles)
+TEST_F(Registry, WriterRoundTripsThroughFilesAndLeavesForeignOnesAlone)
 {
     // A new user file, with its folder.
     ASSERT_TRUE(setRegistryString(u"HKCU"_s, u"Software\\MG"_s, u"Server"_s, u"db1"_s));
-    EXPECT_TRUE(readAll(userPath()).startsWith("Windows Registry Editor Version 5.00\n"));
+    EXPECT_TRUE(
+        TestSupport::fileBytes(userPath()).startsWith("Windows Registry Editor Version 5.00\n"));
     EXPECT_EQ(read(u"HKEY_CURRENT_USER", u"software\\mg", u"server"), u"db1"_s);
 
     // An existing UTF-16 file keeps its encoding, line breaks and other contents.
@@ -305,7 +300,7 @@ TEST_F(Registry, WriterRoundTripsThroughFiles)
         ASSERT_TRUE(RegistryQueryString(key, name, value));
         EXPECT_EQ(value, TrimNull(text));
     }
-    const QByteArray bytes = readAll(machinePath());
+    const QByteArray bytes = TestSupport::fileBytes(machinePath());
     EXPECT_TRUE(bytes.startsWith("\xFF\xFE"));
     const QString text = QStringDecoder(QStringDecoder::Utf16LE).decode(bytes.mid(2));
     EXPECT_TRUE(text.contains(u"\r\n; values of every kind\r\n"_s));
@@ -319,15 +314,13 @@ TEST_F(Registry, WriterRoundTripsThroughFiles)
     // Classes go where readers find them: the machine's SOFTWARE\Classes for a new key.
     ASSERT_TRUE(setRegistryString(u"HKCR"_s, u"NewClass"_s, u""_s, u"v"_s));
     EXPECT_EQ(read(u"HKLM", u"SOFTWARE\\Classes\\NewClass", u""), u"v"_s);
-}
 
-TEST_F(Registry, WriterLeavesForeignFilesAlone)
-{
+    // A file that is not a registry file is never overwritten; bad roots and keys are refused.
     writeUser("not a registry file\n");
     QString error;
     EXPECT_FALSE(setRegistryString(u"HKCU"_s, u"Software"_s, u"A"_s, u"b"_s, &error));
     EXPECT_FALSE(error.isEmpty());
-    EXPECT_EQ(readAll(userPath()), "not a registry file\n");
+    EXPECT_EQ(TestSupport::fileBytes(userPath()), "not a registry file\n");
     EXPECT_FALSE(setRegistryString(u"HKEY_NOWHERE"_s, u"Software"_s, u"A"_s, u"b"_s));
     EXPECT_FALSE(setRegistryString(u"HKCU"_s, u"Soft\nware"_s, u"A"_s, u"b"_s));
 }

@@ -32,40 +32,27 @@ void addColumns(ImportRow &row, std::initializer_list<const char16_t *> names)
 
 } // namespace
 
-TEST(ImportRow, AddingANameAgainOverwritesInPlaceAndKeepsTheFirstSpelling)
-{
-    ImportRow row;
-    addColumns(row, {u"Name"});
-    LibraryAccess::AddColumn(row, u"IP"_s, u"10.0.0.1"_s);
-    LibraryAccess::AddColumn(row, u"ip"_s, u"10.0.0.2"_s);
-    EXPECT_EQ(row.Count(), 2);
-    EXPECT_EQ(row.Item(u"IP"_s)->Data().toString(), u"10.0.0.2"_s);
-    EXPECT_EQ(row.Item(u"IP"_s)->Column(), u"IP"_s);
-    EXPECT_EQ(columnNames(row), (QStringList{u"Name"_s, u"IP"_s}));
-}
-
-TEST(ImportRow, ItemTakesPositionsAndKeysAndMissesQuietly)
+TEST(ImportRow, AddItemAndRemoveByPositionOrKeyMissingQuietly)
 {
     ImportRow row;
     addColumns(row, {u"Name", u"IP", u"Location"});
+    // Adding a name again overwrites in place and keeps the first spelling.
+    LibraryAccess::AddColumn(row, u"ip"_s, u"10.0.0.2"_s);
+    EXPECT_EQ(row.Item(u"IP"_s)->Data().toString(), u"10.0.0.2"_s);
+    EXPECT_EQ(columnNames(row), (QStringList{u"Name"_s, u"IP"_s, u"Location"_s}));
     EXPECT_EQ(row.Item(1)->Column(), u"Name"_s);
     EXPECT_EQ(row.Item(3)->Column(), u"Location"_s);
     EXPECT_EQ(row.Item(qint64(2))->Column(), u"IP"_s);
     EXPECT_EQ(row.Item(2.4)->Column(), u"IP"_s);
     EXPECT_EQ(row.Item(2.5)->Column(), u"IP"_s); // half rounds to even
     EXPECT_EQ(row.Item(u"LOCATION"_s)->Column(), u"Location"_s);
-    for (const QVariant &missing : {QVariant(0), QVariant(4), QVariant(-1), QVariant(u"Missing"_s),
-                                    QVariant(), QVariant(true), QVariant(u""_s), QVariant(1e300),
-                                    QVariant(std::numeric_limits<double>::quiet_NaN())})
-        EXPECT_EQ(row.Item(missing), nullptr) << missing.toString().toStdString();
     // Text that looks like a number is still a key.
-    EXPECT_EQ(row.Item(u"1"_s), nullptr);
-}
+    for (const QVariant &missing :
+         {QVariant(0), QVariant(4), QVariant(-1), QVariant(u"Missing"_s), QVariant(),
+          QVariant(true), QVariant(u""_s), QVariant(1e300),
+          QVariant(std::numeric_limits<double>::quiet_NaN()), QVariant(u"1"_s)})
+        EXPECT_EQ(row.Item(missing), nullptr) << missing.toString().toStdString();
 
-TEST(ImportRow, RemoveByPositionOrKeyAndIgnoreMisses)
-{
-    ImportRow row;
-    addColumns(row, {u"Name", u"IP", u"Location"});
     QPointer<MGImport8::ImportColumn> ip = row.Item(u"IP"_s);
     row.Remove(u"Missing"_s);
     row.Remove(0);
@@ -92,21 +79,7 @@ TEST(ImportRow, ScriptHostsReachItemsThroughTheMetaObject)
     EXPECT_FALSE(column->setProperty("Column", u"Other"_s)) << "Column has no public put";
 }
 
-TEST(ImportOptions, AddUpdatesCaptionAndResetsAnOmittedValue)
-{
-    ImportOptions options;
-    MGImport8::ImportOption *overwrite = options.Add(u"Overwrite"_s, u"Overwrite existing nodes"_s);
-    EXPECT_FALSE(overwrite->Value());
-    options.Add(u"A"_s, u"x"_s, true);
-    EXPECT_EQ(options.Add(u"a"_s, u"y"_s), options.Item(u"A"_s));
-    EXPECT_EQ(options.Count(), 2);
-    EXPECT_EQ(options.Item(u"A"_s)->Caption(), u"y"_s);
-    EXPECT_FALSE(options.Item(u"A"_s)->Value());
-    EXPECT_EQ(options.Item(u"A"_s)->Name(), u"A"_s);
-    EXPECT_EQ(options.Item(2)->Name(), u"A"_s);
-}
-
-TEST(ImportOptions, MissesRemovalAndClear)
+TEST(ImportOptions, AddUpdatesInPlaceMissesRemovalAndClear)
 {
     ImportOptions options;
     options.Clear();
@@ -114,6 +87,12 @@ TEST(ImportOptions, MissesRemovalAndClear)
     options.Add(u"One"_s, u"1"_s);
     options.Add(u"Two"_s, u"2"_s, true);
     options.Add(u"Three"_s, u"3"_s);
+    // Adding a name again updates the caption in place and resets an omitted value.
+    EXPECT_EQ(options.Add(u"two"_s, u"y"_s), options.Item(2));
+    EXPECT_EQ(options.Item(u"TWO"_s)->Caption(), u"y"_s);
+    EXPECT_FALSE(options.Item(u"Two"_s)->Value());
+    EXPECT_EQ(options.Item(2)->Name(), u"Two"_s);
+    EXPECT_FALSE(options.Item(1)->Value());
     EXPECT_EQ(options.Item(u"Missing"_s), nullptr);
     options.Remove(u"Missing"_s);
     options.Remove(u"two"_s);

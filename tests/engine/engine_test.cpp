@@ -2,6 +2,7 @@
 // result, events reaching handlers with their by-reference arguments, and the mapping choice list.
 #include "engine/libraryaccess.h"
 #include "engine/wizardlauncher.h"
+#include "testsupport.h"
 
 #include <MGImport8/engine.h>
 
@@ -15,14 +16,6 @@ using MGImport8::Engine;
 using MGImport8::LibraryAccess;
 
 namespace {
-
-QStringList propertyNames(const QMetaObject &meta)
-{
-    QStringList names;
-    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
-        names.append(QString::fromLatin1(meta.property(i).name()));
-    return names;
-}
 
 QStringList methodSignatures(const QMetaObject &meta, QMetaMethod::MethodType type)
 {
@@ -50,7 +43,7 @@ struct LauncherScope
 TEST(Engine, MetaObjectListsMembersInInterfaceOrder)
 {
     const QMetaObject &meta = Engine::staticMetaObject;
-    EXPECT_EQ(propertyNames(meta),
+    EXPECT_EQ(MGImport8::Test::ownPropertyNames(meta),
               (QStringList{u"Title"_s, u"Description"_s, u"ForeColorSel"_s, u"BackColorSel"_s,
                            u"RequiredColumns"_s, u"Columns"_s, u"IPColumn"_s, u"ImportOptions"_s}));
     EXPECT_EQ(methodSignatures(meta, QMetaMethod::Method),
@@ -71,16 +64,15 @@ TEST(Engine, MetaObjectListsMembersInInterfaceOrder)
     EXPECT_FALSE(engine.setProperty("ImportOptions", QVariant())) << "read-only";
 }
 
-TEST(Engine, StartWizardWithoutAWizardReportsNoCompletedImport)
-{
-    Engine engine;
-    QSignalSpy complete(&engine, &Engine::ImportComplete);
-    EXPECT_TRUE(engine.StartWizard());
-    EXPECT_EQ(complete.count(), 0);
-}
-
 TEST(Engine, StartWizardReturnsTheWizardsResultAndEventsArriveBeforeItReturns)
 {
+    {
+        // Without a wizard there is no completed import.
+        Engine engine;
+        QSignalSpy complete(&engine, &Engine::ImportComplete);
+        EXPECT_TRUE(engine.StartWizard());
+        EXPECT_EQ(complete.count(), 0);
+    }
     LauncherScope scope([](Engine &engine, QObject *) {
         MGImport8::ImportRow row;
         LibraryAccess::AddColumn(row, u"IP"_s, u"10.0.0.1"_s);

@@ -1,5 +1,9 @@
 #include "scriptedsession.h"
 
+#include <MGImport8/sqladmin.h>
+
+#include "sqladmin/admin/sqladmin_p.h"
+
 namespace MGImport8::Test {
 
 namespace {
@@ -53,6 +57,15 @@ SqlAdmin::SessionFactory ScriptedServer::factory()
         return std::unique_ptr<SqlAdmin::SqlSession>(
             std::make_unique<ScriptedSession>(*this, login.database));
     };
+}
+
+void ScriptedServer::serve(SQLAdmin &admin, const QString &serverName)
+{
+    SqlAdmin::SQLAdminAccess::of(admin).factory = factory();
+    SqlAdmin::SQLAdminAccess::of(admin).probeLibrary = [](auto) {
+        return ManagementLibraryProbe{true, 8, 5};
+    };
+    admin.setServerName(serverName);
 }
 
 QStringList ScriptedServer::texts() const

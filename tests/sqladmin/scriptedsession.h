@@ -11,6 +11,10 @@
 
 #include <memory>
 
+namespace MGImport8 {
+class SQLAdmin;
+}
+
 namespace MGImport8::Test {
 
 struct SentStatement
@@ -40,6 +44,8 @@ struct ScriptedServer
     QString loginError;
 
     SqlAdmin::SessionFactory factory();
+    /// Makes `admin` log in here, with the management library reported present, on `serverName`.
+    void serve(SQLAdmin &admin, const QString &serverName);
     /// The statements sent, texts only.
     QStringList texts() const;
 };

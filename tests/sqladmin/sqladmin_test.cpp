@@ -1,24 +1,35 @@
-// SQLAdmin without a server:
+// SQLAdmin and its drivers without a server of their own:
 // - the server type's spellings, and the properties in the member order hosts see;
 // - BuildConnectionString to the character, for integrated, SQL and remembered database logins;
 // - the settings element: attribute names exact on saving, any case on reading, last one wins;
 // - TestDMO's decisions and command texts, FindDMODirectory's three places;
 // - the translator to FreeTDS and PostgreSQL settings, server names of both kinds;
 // - passwords scrubbed from driver texts; names refused where they would change a statement.
+// - a server that accepts the connection and then says nothing is given up after the login
+//   timeout through both Qt drivers; with MGIMPORT8_TEST_MSSQL, SQLAdmin runs on that server.
 #include <MGImport8/sqladmin.h>
 
+#include "admintesting.h"
 #include "common/commonfunctions.h"
 #include "common/connectionstring.h"
 #include "sqladmin/admin/sqladmin_p.h"
 #include "sqladmin/connectiontranslator.h"
+#include "sqladmin/manageddatabase.h"
 #include "sqladmin/nameguard.h"
+#include "sqladmin/qtsession.h"
 #include "sqladmin/secrets.h"
 #include "testsupport.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QMetaProperty>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 
 #include <sstream>
+
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
@@ -37,6 +48,33 @@ const QString tail
       u"ID=Marrowgate;Use Encryption for Data=FALSE;Tag with column collation when "
       u"possible=False"_s;
 
+// Far beyond the short login timeout the test sets: only a driver that ignores it gets here.
+constexpr qint64 hangMilliseconds = 30 * 1000;
+constexpr int shortLoginTimeout = 2;
+
+// A listening socket on loopback that never accepts or answers: the kernel completes the
+// connection, the server never speaks.
+class SilentListener
+{
+public:
+    SilentListener()
+        : m_socket(MGImport8::Test::loopbackSocket(SOCK_STREAM, &m_port))
+    {
+        if (m_socket < 0 || ::listen(m_socket, 8) != 0)
+            m_port = 0;
+    }
+    ~SilentListener()
+    {
+        if (m_socket >= 0)
+            ::close(m_socket);
+    }
+    int port() const { return m_port; }
+
+private:
+    quint16 m_port = 0;
+    int m_socket = -1;
+};
+
 } // namespace
 
 TEST(SQLAdmin, ServerTypeAndMemberOrder)
@@ -48,11 +86,7 @@ TEST(SQLAdmin, ServerTypeAndMemberOrder)
     admin.setServerType(u"Oracle"_s);
     EXPECT_EQ(admin.ServerType(), u"SQLServer"_s) << "an unknown type falls back";
 
-    const QMetaObject &meta = SQLAdmin::staticMetaObject;
-    QStringList names;
-    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
-        names.append(QString::fromLatin1(meta.property(i).name()));
-    EXPECT_EQ(names,
+    EXPECT_EQ(MGImport8::Test::ownPropertyNames(SQLAdmin::staticMetaObject),
               (QStringList{u"Key"_s, u"DatabaseSecurityMode"_s, u"LastError"_s, u"LoginName"_s,
                            u"LoginPassword"_s, u"UseIntegratedNTSecurity"_s, u"ServerNetName"_s,
                            u"SQlServerVersion"_s, u"Databases"_s, u"Connected"_s, u"ServerName"_s,
@@ -122,10 +156,9 @@ TEST(SQLAdmin, SettingsElement)
                          "</Settings>");
     SQLAdmin back;
     back.LoadSettings(parent.child("SQLServer"));
-    EXPECT_EQ(back.ServerName(), u"SRV\\A"_s);
-    EXPECT_FALSE(back.UseIntegratedNTSecurity());
-    EXPECT_EQ(back.LoginName(), u"sa"_s);
-    EXPECT_EQ(back.LoginPassword(), u"p\"<&>"_s);
+    EXPECT_EQ((QStringList{back.ServerName(), QString::number(back.UseIntegratedNTSecurity()),
+                           back.LoginName(), back.LoginPassword()}),
+              (QStringList{u"SRV\\A"_s, u"0"_s, u"sa"_s, u"p\"<&>"_s}));
 
     // Unknown and missing attributes keep what was there; a later name in any case wins.
     struct Case
@@ -233,4 +266,189 @@ TEST(SQLAdmin, FindDMODirectoryLooksInThreePlaces)
     // Without the product word the uninstall string is passed over.
     writeRegistry(root + u"/other\\uninst.exe"_s, root + u"/Net\\common\\MGNetIO.so"_s);
     EXPECT_EQ(admin.FindDMODirectory(), root + u"/Net\\Common\\SQLDMO9\\"_s);
+}
+
+TEST(Translator, ServerNames)
+{
+    struct Case
+    {
+        ServerKind kind;
+        QString name;
+        QString host;
+        QString instance;
+        int port;
+        bool socket;
+    };
+    const Case cases[] = {
+        {ServerKind::SqlServer, u"SQLBOX"_s, u"SQLBOX"_s, {}, 0, false},
+        {ServerKind::SqlServer, u"SQLBOX\\NODES"_s, u"SQLBOX"_s, u"NODES"_s, 0, false},
+        {ServerKind::SqlServer, u"10.0.0.5,1533"_s, u"10.0.0.5"_s, {}, 1533, false},
+        {ServerKind::SqlServer, u"(local)"_s, u"localhost"_s, {}, 0, false},
+        {ServerKind::SqlServer, u".\\SQLEXPRESS"_s, u"localhost"_s, u"SQLEXPRESS"_s, 0, false},
+        {ServerKind::SqlServer, u"host,99999"_s, u"host,99999"_s, {}, 0, false},
+        {ServerKind::PostgreSql, u"db.example"_s, u"db.example"_s, {}, 0, false},
+        {ServerKind::PostgreSql, u"db.example:6543"_s, u"db.example"_s, {}, 6543, false},
+        {ServerKind::PostgreSql, u"/run/postgresql"_s, u"/run/postgresql"_s, {}, 0, true},
+        {ServerKind::PostgreSql, u"/tmp/x:5433"_s, u"/tmp/x"_s, {}, 5433, true},
+        {ServerKind::PostgreSql, u"[::1]:5433"_s, u"::1"_s, {}, 5433, false},
+        {ServerKind::PostgreSql, u"fe80::1"_s, u"fe80::1"_s, {}, 0, false},
+        {ServerKind::PostgreSql, QString(), u"localhost"_s, {}, 0, false},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name.toStdString());
+        const ServerAddress address = parseServerName(c.kind, c.name);
+        EXPECT_EQ(address.host, c.host);
+        EXPECT_EQ(address.instance, c.instance);
+        EXPECT_EQ(address.port, c.port);
+        EXPECT_EQ(address.socketFolder, c.socket);
+    }
+}
+
+TEST(Translator, FreeTdsStrings)
+{
+    const LoginSettings sql = loginFromConnectionString(ConnectionString::parse(
+        u"Provider=SQLOLEDB.1;User ID='s}a';Password='p'w;d';Persist Security Info=False;"
+        u"Initial Catalog=Nodes DB;Data Source=HOST\\INST,1500;Use Procedure for Prepare=1"_s));
+    EXPECT_FALSE(sql.integrated);
+    EXPECT_EQ(sql.password, u"p'w;d"_s);
+    EXPECT_EQ(freeTdsConnectionString(sql),
+              u"DRIVER={FreeTDS};SERVER={HOST\\INST};PORT=1500;DATABASE={Nodes DB};UID={s}}a};"
+              u"PWD={p'w;d};TDS_Version=7.4;ClientCharset=UTF-8"_s);
+    const LoginSettings integrated = loginFromConnectionString(ConnectionString::parse(
+        u"Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;Initial "
+        u"Catalog=;Data Source=SRV"_s));
+    EXPECT_TRUE(integrated.integrated);
+    EXPECT_EQ(
+        freeTdsConnectionString(integrated),
+        u"DRIVER={FreeTDS};SERVER={SRV};Trusted_Connection=Yes;TDS_Version=7.4;ClientCharset=UTF-8"_s);
+    // A database connection's command timeout reaches the driver as its query timeout.
+    LoginSettings timed = integrated;
+    timed.commandTimeout = 20;
+    EXPECT_TRUE(freeTdsConnectionString(timed).endsWith(u";ClientCharset=UTF-8;Timeout=20"_s));
+}
+
+TEST(Translator, PasswordsNeverLeave)
+{
+    struct Case
+    {
+        const char *name;
+        QString text;
+        QString expected;
+    };
+    const Case cases[] = {
+        {"literal", u"login failed for 'sa' with Hunter2!"_s, u"login failed for 'sa' with ****"_s},
+        {"odbc_echo", u"[unixODBC] DRIVER={FreeTDS};UID={sa};PWD={a}}b;c};X=1"_s,
+         u"[unixODBC] DRIVER={FreeTDS};UID={sa};PWD=****;X=1"_s},
+        {"oledb_echo", u"bad: User ID='sa';Password='zz';Data Source=S"_s,
+         u"bad: User ID='sa';Password=****;Data Source=S"_s},
+        {"plain_echo", u"password=abc def; host=x"_s, u"password=****; host=x"_s},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(scrubSecrets(c.text, {u"Hunter2!"_s, QString()}), c.expected);
+    }
+}
+
+TEST(Translator, NamesThatWouldChangeAStatementAreRefused)
+{
+    struct Case
+    {
+        QString name;
+        NamePlace place;
+        QString holds; // empty: accepted
+    };
+    const Case cases[] = {
+        {u"Nodes"_s, NamePlace::BracketedIdentifier, {}},
+        {u"My Nodes's"_s, NamePlace::BracketedIdentifier, {}},
+        {u"No]des"_s, NamePlace::BracketedIdentifier, u"a bracket (])"_s},
+        {u"a;b"_s, NamePlace::BracketedIdentifier, u"a semicolon"_s},
+        {u"No]des"_s, NamePlace::QuotedIdentifier, {}},
+        {u"No\"des"_s, NamePlace::QuotedIdentifier, u"a quote (\")"_s},
+        {u"O'Brien"_s, NamePlace::StringLiteral, u"a quote (')"_s},
+        {u"Nodes\nDROP"_s, NamePlace::QuotedIdentifier, u"a control character (code 10)"_s},
+        {u"O'Brien"_s, NamePlace::ConnectionValue, {}},
+        {u"db;x=y"_s, NamePlace::ConnectionValue, u"a semicolon"_s},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name.toStdString());
+        const auto checked = checkNameAsItStands(c.name, c.place);
+        if (c.holds.isEmpty()) {
+            EXPECT_TRUE(checked);
+            continue;
+        }
+        ASSERT_FALSE(checked);
+        EXPECT_EQ(checked.error(), u"The name \""_s + c.name + u"\" cannot be used: it holds "_s
+                                       + c.holds
+                                       + u", which would change the meaning of the statement it "
+                                         u"goes into."_s);
+    }
+    EXPECT_EQ(checkNameAsItStands(u"'db"_s, NamePlace::ConnectionValue).error(),
+              u"The name \"'db\" cannot be used: it starts with a quote ('), which would change "
+              u"the meaning of the connection string."_s);
+}
+
+TEST(Drivers, SilentServerIsGivenUpAfterTheLoginTimeout)
+{
+    SilentListener listener;
+    ASSERT_NE(listener.port(), 0);
+    struct Case
+    {
+        const char *name;
+        ServerKind kind;
+        QString server;
+    };
+    const Case cases[] = {
+        {"postgresql", ServerKind::PostgreSql, u"127.0.0.1:"_s + QString::number(listener.port())},
+        {"sqlserver", ServerKind::SqlServer, u"127.0.0.1,"_s + QString::number(listener.port())},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        if (!QSqlDatabase::isDriverAvailable(qtDriverName(c.kind)))
+            GTEST_SKIP() << "the Qt SQL driver " << qtDriverName(c.kind).toStdString()
+                         << " is not installed";
+        LoginSettings login;
+        login.server = c.server;
+        login.database = u"Nodes"_s;
+        login.integrated = false;
+        login.login = u"sa"_s;
+        login.password = u"Silent-Secret-9"_s;
+        login.loginTimeout = shortLoginTimeout;
+        QElapsedTimer timer;
+        timer.start();
+        const auto opened = openQtConnection(c.kind, login);
+        EXPECT_LT(timer.elapsed(), hangMilliseconds);
+        ASSERT_FALSE(opened);
+        EXPECT_FALSE(opened.error().isEmpty());
+        EXPECT_FALSE(opened.error().contains(login.password)) << opened.error().toStdString();
+    }
+}
+
+TEST(Drivers, RealSqlServer)
+{
+    MGIMPORT8_REQUIRE_MSSQL(admin, server);
+    ASSERT_TRUE(admin->Connect(false)) << admin->LastError().toStdString();
+    EXPECT_TRUE(admin->SQlServerVersion().startsWith(u"Microsoft SQL Server"_s));
+    EXPECT_FALSE(admin->ServerNetName().isEmpty());
+    EXPECT_EQ(admin->Databases().value(0), u"master"_s);
+    EXPECT_TRUE(admin->DatabaseExist(u"MASTER"_s));
+    EXPECT_FALSE(admin->DefaultDataPath().isEmpty());
+    auto *master = admin->GetDatabase(u"master"_s);
+    ASSERT_NE(master, nullptr) << admin->LastError().toStdString();
+    EXPECT_TRUE(master->tables()) << master->tables().error().toStdString();
+    EXPECT_TRUE(master->roles());
+    EXPECT_TRUE(master->executeImmediate(u"SELECT 1"_s));
+    {
+        MGImport8::DatabaseHandle handle = admin->DatabaseConnection(server, u"master"_s);
+        ASSERT_TRUE(handle.isOpen()) << admin->LastError().toStdString();
+        QSqlQuery query(handle.database());
+        EXPECT_TRUE(query.exec(u"SELECT DB_NAME()"_s) && query.next());
+        EXPECT_EQ(query.value(0).toString(), u"master"_s);
+    }
+    EXPECT_FALSE(admin->VerifyDatabase(server, u"master"_s));
+
+    admin->setUseIntegratedNTSecurity(false);
+    admin->setLoginPassword(u"Wrong-Secret-77"_s);
+    EXPECT_FALSE(admin->Connect(false));
+    EXPECT_FALSE(admin->LastError().isEmpty());
+    EXPECT_FALSE(admin->LastError().contains(u"Wrong-Secret-77"_s));
 }

@@ -1,13 +1,13 @@
 #include "pgcluster.h"
 
+#include "testsupport.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <pwd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -48,19 +48,26 @@ bool giveToPostgres(const QString &path)
 // A port that nothing listens on now: the one the system picks for a socket bound to port 0.
 int freePort()
 {
-    const int probe = ::socket(AF_INET, SOCK_STREAM, 0);
-    if (probe < 0)
-        return 0;
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    int port = 0;
-    if (::bind(probe, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0
-        && ::getsockname(probe, reinterpret_cast<sockaddr *>(&address), &length) == 0)
-        port = ntohs(address.sin_port);
-    ::close(probe);
+    quint16 port = 0;
+    if (const int probe = loopbackSocket(SOCK_STREAM, &port); probe >= 0)
+        ::close(probe);
     return port;
+}
+
+// Runs a program to its end (or kills it at the time-out), stdout and stderr together in `output`.
+bool runToEnd(QProcess &process, const QString &program, const QStringList &arguments,
+              QString *output)
+{
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(program, arguments);
+    const bool finished = process.waitForFinished(toolTimeoutMilliseconds);
+    if (output)
+        *output = QString::fromUtf8(process.readAll()).trimmed();
+    if (!finished) {
+        process.kill();
+        process.waitForFinished();
+    }
+    return finished && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
 void stopShared()
@@ -127,13 +134,10 @@ bool PgCluster::initialise(QString *error)
     const QString folder = m_folder.path();
     ::chmod(QFile::encodeName(folder).constData(), 0755);
     const QString passwordFile = folder + u"/superuser.pw"_s;
-    {
-        QFile file(passwordFile);
-        if (!file.open(QIODevice::WriteOnly)) {
-            *error = u"cannot write "_s + passwordFile;
-            return false;
-        }
-        file.write(QByteArray(superPassword) + '\n');
+    if (QFile file(passwordFile);
+        !file.open(QIODevice::WriteOnly) || file.write(QByteArray(superPassword) + '\n') < 0) {
+        *error = u"cannot write "_s + passwordFile;
+        return false;
     }
     if (runningAsRoot() && (!giveToPostgres(folder) || !giveToPostgres(passwordFile))) {
         *error = u"the tests run as root and there is no postgres user to run the server"_s;
@@ -151,17 +155,13 @@ bool PgCluster::initialise(QString *error)
     }
     // The test user logs in by its identity over the socket; everybody else gives a password.
     QFile hba(folder + u"/data/pg_hba.conf"_s);
-    if (!hba.open(QIODevice::ReadOnly)) {
-        *error = u"cannot read pg_hba.conf"_s;
-        return false;
-    }
-    const QByteArray rules = hba.readAll();
+    const QByteArray rules = hba.open(QIODevice::ReadOnly) ? hba.readAll() : QByteArray();
     hba.close();
-    if (!hba.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        *error = u"cannot write pg_hba.conf"_s;
+    if (rules.isEmpty() || !hba.open(QIODevice::WriteOnly | QIODevice::Truncate)
+        || hba.write("local all " + osUser().toLocal8Bit() + " peer\n" + rules) < 0) {
+        *error = u"cannot rewrite pg_hba.conf"_s;
         return false;
     }
-    hba.write("local all " + osUser().toLocal8Bit() + " peer\n" + rules);
     hba.close();
     m_port = freePort();
     if (m_port == 0) {
@@ -174,23 +174,12 @@ bool PgCluster::initialise(QString *error)
 bool PgCluster::runTool(const QString &tool, const QStringList &arguments, QString *output) const
 {
     QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
     process.setWorkingDirectory(m_folder.path());
     const QString program = binDir() + u'/' + tool;
     if (runningAsRoot())
-        process.start(u"runuser"_s,
-                      QStringList{u"-u"_s, u"postgres"_s, u"--"_s, program} + arguments);
-    else
-        process.start(program, arguments);
-    const bool finished = process.waitForFinished(toolTimeoutMilliseconds);
-    if (output)
-        *output = QString::fromLocal8Bit(process.readAll()).trimmed();
-    if (!finished) {
-        process.kill();
-        process.waitForFinished();
-        return false;
-    }
-    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+        return runToEnd(process, u"runuser"_s,
+                        QStringList{u"-u"_s, u"postgres"_s, u"--"_s, program} + arguments, output);
+    return runToEnd(process, program, arguments, output);
 }
 
 bool PgCluster::start(QString *error)
@@ -249,18 +238,14 @@ bool PgCluster::psqlSteps(std::initializer_list<std::pair<QString, QString>> ste
 bool PgCluster::psql(const QString &database, const QString &sql, QString *output) const
 {
     QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"PGPASSWORD"_s, QString::fromLatin1(superPassword));
     process.setProcessEnvironment(environment);
-    process.start(binDir() + u"/psql"_s,
-                  {u"-X"_s, u"-q"_s, u"-A"_s, u"-t"_s, u"-v"_s, u"ON_ERROR_STOP=1"_s, u"-h"_s,
-                   m_folder.path(), u"-p"_s, QString::number(m_port), u"-U"_s,
-                   QString::fromLatin1(superUser), u"-d"_s, database, u"-c"_s, sql});
-    const bool finished = process.waitForFinished(toolTimeoutMilliseconds);
-    if (output)
-        *output = QString::fromUtf8(process.readAll()).trimmed();
-    return finished && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    return runToEnd(process, binDir() + u"/psql"_s,
+                    {u"-X"_s, u"-q"_s, u"-A"_s, u"-t"_s, u"-v"_s, u"ON_ERROR_STOP=1"_s, u"-h"_s,
+                     m_folder.path(), u"-p"_s, QString::number(m_port), u"-U"_s,
+                     QString::fromLatin1(superUser), u"-d"_s, database, u"-c"_s, sql},
+                    output);
 }
 
 } // namespace MGImport8::Test

@@ -1,8 +1,9 @@
 #include "ssrpresponder.h"
 
+#include "testsupport.h"
+
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -20,18 +21,11 @@ constexpr size_t MaxRequest = 1024;
 SsrpResponder::SsrpResponder(QList<QByteArray> replies)
     : m_replies(std::move(replies))
 {
-    m_socket = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = 0;
-    socklen_t length = sizeof address;
-    if (m_socket < 0 || ::bind(m_socket, reinterpret_cast<sockaddr *>(&address), length) != 0
-        || ::getsockname(m_socket, reinterpret_cast<sockaddr *>(&address), &length) != 0) {
+    m_socket = loopbackSocket(SOCK_DGRAM, &m_port);
+    if (m_socket < 0) {
         ADD_FAILURE() << "the loopback responder cannot open its socket";
         return;
     }
-    m_port = ntohs(address.sin_port);
     m_thread = std::thread([this] { serve(); });
 }
 

@@ -3,6 +3,12 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QMetaProperty>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace MGImport8::Test {
 
@@ -12,6 +18,37 @@ QString corpusDir()
     if (dir.isEmpty() || !QDir(dir).exists())
         return {};
     return QDir(dir).canonicalPath();
+}
+
+QByteArray fileBytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
+}
+
+int loopbackSocket(int type, quint16 *port)
+{
+    const int socket = ::socket(AF_INET, type, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    if (socket >= 0
+        && (::bind(socket, reinterpret_cast<sockaddr *>(&address), length) != 0
+            || ::getsockname(socket, reinterpret_cast<sockaddr *>(&address), &length) != 0)) {
+        ::close(socket);
+        return -1;
+    }
+    *port = ntohs(address.sin_port);
+    return socket;
+}
+
+QStringList ownPropertyNames(const QMetaObject &meta)
+{
+    QStringList names;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
+        names.append(QString::fromLatin1(meta.property(i).name()));
+    return names;
 }
 
 TempFolder::TempFolder()

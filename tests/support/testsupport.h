@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -13,6 +14,16 @@ namespace MGImport8::Test {
 /// The folder of third-party test files, or an empty string when it is not there. Tests that need
 /// it call MGIMPORT8_REQUIRE_CORPUS() first.
 QString corpusDir();
+
+/// The bytes of a file, or "(missing)" when it cannot be read.
+QByteArray fileBytes(const QString &path);
+
+/// A socket of `type` (SOCK_STREAM, SOCK_DGRAM) bound to a port the system picks on 127.0.0.1,
+/// with that port in `port`; -1 when there is none. The caller closes it.
+int loopbackSocket(int type, quint16 *port);
+
+/// The names of the properties a class declares itself, in declaration order.
+QStringList ownPropertyNames(const QMetaObject &meta);
 
 /// A fresh temporary folder for one test, removed afterwards.
 class TempFolder

@@ -1,24 +1,46 @@
+// Reading one ImportMethod element: attribute names in any case, the yes/no DISABLED word, the
+// DELIMITER word list, PANELS split without trimming, and IncludePanel with and without a list.
+// A method's source is told by its METHOD name upper-cased, so "ImportText" reads a text file; the
+// server methods and their names round-trip; every other name reads no source of its own.
 // The catalogue: which files it reads and in what order, which elements become methods, what a
 // bad file leaves in LastError and that it never stops the scan, encodings that Windows editors
 // write, bounds on absurd input, and the method files we ship.
 #include "methods/catalogueloader.h"
+#include "methods/sourcekind.h"
 
 #include "testsupport.h"
 
+#include <MGImport8/importtype.h>
 #include <MGImport8/importtypes.h>
 
 #include <QDir>
 #include <QStringConverter>
 
 #include <gtest/gtest.h>
+#include <pugixml.hpp>
 
 using namespace Qt::StringLiterals;
 using MGImport8::CatalogueLoader;
+using MGImport8::ImportType;
 using MGImport8::ImportTypes;
+using MGImport8::SourceKind;
 using MGImport8::Test::ScopedEnv;
 using MGImport8::Test::TempFolder;
 
 namespace {
+
+// Reads the attributes of `<ImportMethod .../>` written as `attributes`.
+std::unique_ptr<ImportType> readMethod(const char *attributes, bool *named = nullptr)
+{
+    const std::string xml = std::string("<ImportMethod ") + attributes + "/>";
+    pugi::xml_document document;
+    EXPECT_TRUE(document.load_string(xml.c_str())) << xml;
+    auto method = std::make_unique<ImportType>();
+    const bool ok = CatalogueLoader::ReadMethod(*method, document.first_child());
+    if (named)
+        *named = ok;
+    return method;
+}
 
 QByteArray methodsFile(const QByteArray &methods)
 {
@@ -46,7 +68,123 @@ QString cannotLoad(const QString &path)
 
 } // namespace
 
-TEST(Catalogue, ElementsLoadInDocumentOrderAndOnlyUnderTheExactPath)
+TEST(ImportType, AttributeNamesAreReadInAnyCase)
+{
+    const auto method = readMethod(
+        R"(name="Text" mEtHoD="IMPORTTEXT" Description="d" ICON="Text" selectfiletitle="Pick"
+           SelectFileDescription="sfd" pattern="Text (*.txt)|*.txt" Table="Nodes" FieldMap="a=b"
+           Unknown="ignored" xmlns:x="urn:x" x:Name="not the name")");
+    EXPECT_EQ((QStringList{method->Name(), method->Method(), method->Description(), method->Icon(),
+                           method->SelectFileTitle(), method->SelectFileDescription(),
+                           method->Pattern(), method->Table(), method->FieldMap()}),
+              (QStringList{u"Text"_s, u"IMPORTTEXT"_s, u"d"_s, u"Text"_s, u"Pick"_s, u"sfd"_s,
+                           u"Text (*.txt)|*.txt"_s, u"Nodes"_s, u"a=b"_s}));
+}
+
+TEST(ImportType, WithoutANameTheElementIsRefused)
+{
+    // The last case: the later attribute overwrites the name.
+    for (const char *attributes : {R"(METHOD="IMPORTTEXT" DISABLED="NO")",
+                                   R"(NAME="" DISABLED="NO")", R"(NAME="x" name="")"}) {
+        bool named = true;
+        readMethod(attributes, &named);
+        EXPECT_FALSE(named) << attributes;
+    }
+}
+
+TEST(ImportType, DisabledIsReadAsAYesNoWord)
+{
+    struct Case
+    {
+        const char *attributes;
+        bool enabled;
+    };
+    const Case cases[] = {
+        {R"(NAME="m" DISABLED="no")", true},
+        {R"(NAME="m" DISABLED="")", true},
+        {R"(NAME="m" DISABLED="False")", true},
+        {R"(NAME="m" DISABLED="User")", false},
+        {R"(NAME="m" DISABLED="yes")", false},
+        {R"(NAME="m" DISABLED="1")", false},
+        {R"(NAME="m")", false},
+        {R"(NAME="m" DISABLED=" yes")", true},
+        {R"(NAME="m" DISABLED="yes" disabled="no")", true},
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(readMethod(c.attributes)->Enabled(), c.enabled) << c.attributes;
+}
+
+TEST(ImportType, DelimiterWordsMapToCharactersInOrderAndAppend)
+{
+    const std::pair<const char *, QString> cases[] = {
+        {R"(NAME="m" Delimiter="Tab,Comma,Pipe")", u"\t,"_s},
+        {R"(NAME="m" DELIMITER="space,SEMICOLON,colon")", u" ;:"_s},
+        {R"(NAME="m" DELIMITER="COMMA, TAB")", u","_s},
+        {R"(NAME="m" DELIMITER="")", QString()},
+        // Two attributes that upper-case alike both contribute.
+        {R"(NAME="m" DELIMITER="COMMA" delimiter="TAB")", u",\t"_s},
+    };
+    for (const auto &[attributes, delimiter] : cases)
+        EXPECT_EQ(readMethod(attributes)->Delimiter(), delimiter) << attributes;
+}
+
+TEST(ImportType, IncludePanelComparesWithoutCaseButWithBlanksAndThrowsWithoutAList)
+{
+    auto method = readMethod(R"(Name="Text" Disabled="no" Panels="MethodPanel,FilePanel")");
+    EXPECT_TRUE(method->Enabled());
+    EXPECT_TRUE(method->IncludePanel(u"filepanel"_s));
+    EXPECT_TRUE(method->IncludePanel(u"METHODPANEL"_s));
+    EXPECT_FALSE(method->IncludePanel(u"MapPanel"_s));
+
+    method = readMethod(R"(Name="Text" Panels="MethodPanel, FilePanel")");
+    EXPECT_FALSE(method->IncludePanel(u"FilePanel"_s));
+    EXPECT_TRUE(method->IncludePanel(u" FilePanel"_s));
+
+    method = readMethod(R"(Name="Text" Panels="A,B" PANELS="C")");
+    EXPECT_EQ(method->Panels(), QStringList{u"C"_s}) << "a later PANELS replaces the list";
+
+    // An empty list answers no; no list at all throws.
+    const auto empty = readMethod(R"(Name="m" Panels="")");
+    EXPECT_TRUE(empty->HasPanelList());
+    EXPECT_FALSE(empty->IncludePanel(u"MethodPanel"_s));
+    EXPECT_FALSE(empty->IncludePanel(QString()));
+
+    const auto none = readMethod(R"(Name="m")");
+    EXPECT_FALSE(none->HasPanelList());
+    EXPECT_THROW(none->IncludePanel(u"MethodPanel"_s), MGImport8::SubscriptOutOfRange);
+    try {
+        none->IncludePanel(u"MethodPanel"_s);
+    } catch (const std::out_of_range &error) {
+        EXPECT_STREQ(error.what(), "Subscript out of range");
+    }
+}
+
+TEST(SourceKind, MethodNamesAreComparedUpperCased)
+{
+    const struct
+    {
+        QString method;
+        SourceKind kind;
+    } cases[] = {
+        {u"IMPORTTEXT"_s, SourceKind::TextFile},
+        {u"ImportText"_s, SourceKind::TextFile},
+        {u"importaccess"_s, SourceKind::AccessDatabase},
+        {u"IMPORTSQL"_s, SourceKind::SqlServer},
+        {u"ImportPostgreSQL"_s, SourceKind::PostgreSql},
+        {u"IMPORTEXCEL"_s, SourceKind::Other},
+        {u" IMPORTTEXT"_s, SourceKind::Other},
+        {u"IMPORTTEXTS"_s, SourceKind::Other},
+        {QString(), SourceKind::Other},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(MGImport8::sourceKind(c.method), c.kind) << c.method.toStdString();
+    for (SourceKind kind : {SourceKind::TextFile, SourceKind::AccessDatabase, SourceKind::SqlServer,
+                            SourceKind::PostgreSql})
+        EXPECT_EQ(MGImport8::sourceKind(MGImport8::methodName(kind)), kind);
+    EXPECT_TRUE(MGImport8::methodName(SourceKind::Other).isEmpty());
+}
+
+TEST(Catalogue, ElementsLoadInDocumentOrderOnlyUnderTheExactPathAndComeOut)
 {
     TempFolder folder;
     const QString path = folder.write(u"a.ImportMethods"_s,
@@ -72,6 +210,13 @@ TEST(Catalogue, ElementsLoadInDocumentOrderAndOnlyUnderTheExactPath)
     CatalogueLoader::LoadFile(catalogue, other);
     EXPECT_EQ(catalogue.Count(), 3);
     EXPECT_TRUE(catalogue.LastError().isEmpty()) << "a well-formed file is no failure";
+
+    // Methods come out by name in any case or by position; misses are quiet.
+    catalogue.Remove(u"excel"_s);
+    catalogue.Remove(u"missing"_s);
+    catalogue.Remove(7);
+    catalogue.Remove(1);
+    EXPECT_EQ(names(catalogue), QStringList{u"Access"_s});
 }
 
 TEST(Catalogue, FirstMethodUnderANameWinsAcrossElementsAndFiles)
@@ -247,20 +392,6 @@ TEST(Catalogue, SearchPathAddsFoldersAfterTheLibrarysOwn)
     CatalogueLoader::Load(catalogue);
     EXPECT_EQ(names(catalogue), (QStringList{u"Shared"_s, u"One"_s, u"Two"_s}));
     EXPECT_EQ(catalogue.Item(u"shared"_s)->Icon(), u"first"_s);
-}
-
-TEST(Catalogue, RemoveTakesMethodsOutByPositionOrName)
-{
-    TempFolder folder;
-    const QString path = folder.write(u"m.ImportMethods"_s,
-                                      methodsFile(method("A") + method("B") + method("C")));
-    ImportTypes catalogue;
-    CatalogueLoader::LoadFile(catalogue, path);
-    catalogue.Remove(u"b"_s);
-    catalogue.Remove(u"missing"_s);
-    catalogue.Remove(7);
-    catalogue.Remove(1);
-    EXPECT_EQ(names(catalogue), QStringList{u"C"_s});
 }
 
 TEST(Catalogue, ShippedMethodsAreUsableAndNavigable)
