@@ -21,8 +21,13 @@ bool WizardController::exitDatabasePanel()
         return false;
     m_method->setConnectionString(*connection);
     m_method->setFilename(m_state.databaseName);
+    // Without a server or a database there is nothing to connect to: saying so here beats the
+    // driver's own words about an empty name. A blank server has its own words, since asking for
+    // a database would send the user to the wrong box.
     if (connection->isEmpty()) {
-        showExclamation(u"Please select a SQL Database first"_s);
+        showExclamation(serverLogin().serverName.isEmpty()
+                            ? u"Please select a SQL Server first"_s
+                            : u"Please select a SQL Database first"_s);
         return false;
     }
     return readDatabaseSource();
