@@ -82,13 +82,15 @@ void WizardController::openServerList()
                            MessageIcon::Critical, u"Login name needed"_s);
         return;
     }
-    QStringList servers;
+    // The reader empties its list only once discovery has started; one that cannot start leaves
+    // the list as it was and its status text showing.
+    QStringList servers = m_state.servers;
     const bool discovered = m_servers->discoverServers(*m_method, servers,
-                                                       [this](const QString &text) {
+                                                       [this, &servers](const QString &text) {
+                                                           m_state.servers = servers;
                                                            setStatusMessage(text);
                                                        });
     m_state.servers = servers;
-    // A discovery that could not run leaves its status text showing.
     if (discovered)
         setStatusMessage({});
     else

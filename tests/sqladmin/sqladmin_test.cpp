@@ -92,10 +92,25 @@ TEST(SQLAdmin, DatabaseConnectionRefusesWhatWouldChangeTheString)
 {
     SQLAdmin admin;
     admin.setServerType(u"PostgreSQL"_s);
-    EXPECT_FALSE(admin.DatabaseConnection(u"host"_s, u"db;Data Source=elsewhere"_s));
-    EXPECT_EQ(admin.LastError(),
-              u"The name \"db;Data Source=elsewhere\" cannot be used: it holds a semicolon, which "
-              u"would change the meaning of the statement it goes into."_s);
+    EXPECT_FALSE(admin.DatabaseConnection(u"host"_s, u"db\0x"_s));
+    EXPECT_EQ(admin.LastError(), u"The name 'db\\0x' cannot be used: it holds a NUL character "
+                                 u"(shown as \\0), which no statement or connection string can "
+                                 u"carry."_s);
+    // Names that would end an entry are quoted and read back whole.
+    const QString odd[] = {u"db;Data Source=elsewhere"_s,
+                           u"'db'"_s,
+                           u"\"db\"\"x"_s,
+                           u"{db}"_s,
+                           u" db "_s,
+                           u"Bob's db"_s};
+    for (const QString &name : odd) {
+        SCOPED_TRACE(name.toStdString());
+        const ConnectionString read = ConnectionString::parse(
+            admin.BuildConnectionString(name, name));
+        EXPECT_EQ(read.text(u"Initial Catalog"_s), name);
+        EXPECT_EQ(read.text(u"Data Source"_s), name);
+        EXPECT_TRUE(read.text(u"Packet Size"_s) == u"4096"_s);
+    }
     admin.setUseIntegratedNTSecurity(false);
     admin.setLoginName(u"me"_s);
     admin.setLoginPassword(u"x';Data Source=elsewhere;y='"_s);
