@@ -2,7 +2,8 @@
 // - a walk from the method list through server, login, database and table to the import hands
 //   every record to the host, nulls as empty values, views and catalogue tables never offered;
 // - the connection string the panel builds is the family's, and a table text starting with
-//   "select " runs as written while a plain name reads at most 5000 records;
+//   "select " runs as written while a plain name reads at most 5000 records; a database that
+//   cannot be opened leaves the table list as it was;
 // - tables and databases whose names hold quotes, brackets and semicolons are read by those
 //   names, quoted as each server reads them, and every other table is still there afterwards;
 //   only a NUL, which no quoting carries, is refused;
@@ -175,6 +176,17 @@ TEST_F(DatabasePath, readsQueriesAsWrittenAndTablesUpToTheLimit)
     EXPECT_TRUE(view.messages().first().text.startsWith(
         u"Cannot open 'no_such_table' table within 'Inventory'\r\n"_s));
     view.clearMessages();
+
+    // A database that cannot be opened leaves the table list as it was, beside the message.
+    const QStringList tables = wizard->state().databaseTables;
+    ASSERT_FALSE(tables.isEmpty());
+    wizard->back();
+    ASSERT_EQ(panel(), Panel::DatabasePanel);
+    wizard->setDatabaseName(u"Nowhere"_s);
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::DatabasePanel);
+    EXPECT_TRUE(takeExclamation().startsWith(u"Cannot open 'Nowhere''"_s));
+    EXPECT_EQ(wizard->state().databaseTables, tables);
 }
 
 // Names that would end a bracket, a quote or a connection string entry if put in as they stand.
