@@ -1,6 +1,7 @@
 // Connection strings and server names from settings files and hosts, through the translator that
-// turns them into driver settings, the scrubber and the name guard. Checks, beyond not crashing:
-// a scrubbed text never holds the password, and a name the guard accepts cannot end its brackets.
+// turns them into driver settings, the scrubber and the name quoting. Checks, beyond not crashing:
+// a scrubbed text never holds the password, a quoted name cannot end its brackets or quotes early,
+// and a name quoted for a connection string reads back whole.
 #include "common/connectionstring.h"
 #include "sqladmin/connectiontranslator.h"
 #include "sqladmin/nameguard.h"
@@ -28,10 +29,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         && scrubSecrets(text, {login.password}).contains(login.password))
         std::abort();
 
-    const QString &name = login.database;
-    if (checkNameAsItStands(name, NamePlace::BracketedIdentifier) && name.contains(u']'))
+    // Inside the quotes every closing character is doubled, so none of them ends the name early.
+    const auto closesEarly = [](const QString &quoted, QChar close) {
+        for (qsizetype at = 1; at + 1 < quoted.size(); ++at) {
+            if (quoted.at(at) != close)
+                continue;
+            if (at + 2 >= quoted.size() || quoted.at(at + 1) != close)
+                return true;
+            ++at;
+        }
+        return false;
+    };
+    if (closesEarly(bracketedIdentifier(text), u']') || closesEarly(quotedIdentifier(text), u'"'))
         std::abort();
-    if (checkNameAsItStands(name, NamePlace::ConnectionValue) && name.contains(u';'))
+
+    const ConnectionString written = ConnectionString::parse(
+        u"Initial Catalog="_s + quotedValue(text) + u";Data Source=srv"_s);
+    if (written.text(u"Initial Catalog"_s) != text || written.text(u"Data Source"_s) != u"srv"_s)
         std::abort();
     return 0;
 }

@@ -32,6 +32,25 @@ qsizetype closingQuote(const QString &text, qsizetype open)
     return -1;
 }
 
+// A double-quoted value that starts after the quote at `open`, with doubled quotes read as one;
+// the index of its closing quote, or -1 when it never closes.
+qsizetype readDoubleQuoted(const QString &text, qsizetype open, QString &value)
+{
+    value.clear();
+    for (qsizetype at = open + 1; at < text.size(); ++at) {
+        if (text.at(at) == u'"') {
+            if (at + 1 < text.size() && text.at(at + 1) == u'"') {
+                value += u'"';
+                ++at;
+                continue;
+            }
+            return at;
+        }
+        value += text.at(at);
+    }
+    return -1;
+}
+
 } // namespace
 
 ConnectionString ConnectionString::parse(const QString &text)
@@ -54,12 +73,13 @@ ConnectionString ConnectionString::parse(const QString &text)
             ++start;
         QString value;
         qsizetype next = -1;
-        const qsizetype close = start < text.size()
-                                        && (text.at(start) == u'\'' || text.at(start) == u'"')
-                                    ? closingQuote(text, start)
-                                    : -1;
+        const QChar first = start < text.size() ? text.at(start) : QChar();
+        QString unquoted;
+        const qsizetype close = first == u'"'    ? readDoubleQuoted(text, start, unquoted)
+                                : first == u'\'' ? closingQuote(text, start)
+                                                 : -1;
         if (close >= 0) {
-            value = text.sliced(start + 1, close - start - 1);
+            value = first == u'"' ? unquoted : text.sliced(start + 1, close - start - 1);
             next = text.indexOf(u';', close);
         } else {
             next = text.indexOf(u';', start);
@@ -93,6 +113,18 @@ std::optional<QString> ConnectionString::value(const QString &key) const
 bool ConnectionString::isProvider(const QString &provider) const
 {
     return text(u"Provider"_s).compare(provider, Qt::CaseInsensitive) == 0;
+}
+
+QString quotedValue(const QString &value)
+{
+    const bool asItStands = !value.contains(u';') && value.trimmed() == value
+                            && !value.startsWith(u'\'') && !value.startsWith(u'"')
+                            && !value.startsWith(u'{');
+    if (asItStands)
+        return value;
+    QString quoted = value;
+    quoted.replace(u"\""_s, u"\"\""_s);
+    return u'"' + quoted + u'"';
 }
 
 QString jetConnectionString(const QString &file)

@@ -17,10 +17,12 @@ public:
     using Entry = std::pair<QString, QString>;
 
     /// Reads "key=value" entries separated by semicolons. A value may stand in single or double
-    /// quotes; since the system writes passwords between single quotes without escaping them, a
-    /// quoted value ends only at a quote followed by a semicolon or the end, so a quote inside it
-    /// stays part of it, and quotes are never un-doubled. Entries without '=' are ignored; a key
-    /// named twice keeps its last value.
+    /// quotes. The system writes passwords between single quotes without escaping them, so a
+    /// single-quoted value ends only at a quote followed by a semicolon or the end, a quote inside
+    /// it stays part of it, and its quotes are never un-doubled. A double-quoted value is read the
+    /// way OLE DB writes one (`quotedValue`): a doubled quote stands for one quote and the first
+    /// single quote ends it. Entries without '=' are ignored; a key named twice keeps its last
+    /// value.
     static ConnectionString parse(const QString &text);
 
     /// The value of `key`, or nothing when the string does not name it.
@@ -35,6 +37,12 @@ public:
 private:
     QList<Entry> m_entries;
 };
+
+/// `value` as a connection string entry's value that `ConnectionString::parse` (and OLE DB) reads
+/// back unchanged: as it stands when it can, else between double quotes with each double quote
+/// doubled. A name holding a semicolon, starting with a quote or a brace, or with blanks at
+/// either end needs the quotes; any other stays as the system has always written it.
+QString quotedValue(const QString &value);
 
 /// The connection string the wizard gives an Access database file: the Jet provider and the path.
 QString jetConnectionString(const QString &file);

@@ -6,22 +6,16 @@
 
 namespace MGImport8::SqlAdmin {
 
-/// Where a name goes when it is put into a text as it stands, without escaping.
-enum class NamePlace {
-    /// Between SQL Server's brackets: "[" + name + "]".
-    BracketedIdentifier,
-    /// Between PostgreSQL's double quotes: "\"" + name + "\"".
-    QuotedIdentifier,
-    /// Between single quotes in a statement: "'" + name + "'".
-    StringLiteral,
-    /// The value of a connection string entry: "Initial Catalog=" + name + ";".
-    ConnectionValue,
-};
+/// A name between SQL Server's brackets, as the server reads it back: every "]" doubled, so that
+/// no name can end the identifier early and go on as a statement.
+QString bracketedIdentifier(const QString &name);
 
-/// Refuses a name that would change the meaning of the text it is put into as it stands: a
-/// bracket or quote that would end it early, a semicolon that would start another statement or
-/// entry, a quote that would open a connection string value, or a control character. The message
-/// names the name and the character.
-Result<bool> checkNameAsItStands(const QString &name, NamePlace place);
+/// A name between PostgreSQL's double quotes, as the server reads it back: every '"' doubled.
+QString quotedIdentifier(const QString &name);
+
+/// Refuses the one thing no quoting carries: a NUL, at which the drivers' C strings end, so that
+/// the server would be handed a shorter name than the user chose. The message names the name.
+Result<bool> checkNameCanBeQuoted(const QString &name,
+                                  const QString &what = QStringLiteral("name"));
 
 } // namespace MGImport8::SqlAdmin

@@ -26,6 +26,7 @@ struct RowRun
 struct RowExtras
 {
     QString tag;
+    bool hidden = false;
     std::unordered_map<ColumnId, QString> texts;
     std::unordered_map<ColumnId, CellStyle> styles;
 };
@@ -356,6 +357,22 @@ void ImportGrid::setRowTag(qsizetype row, const QString &tag)
     if (!d->validRow(row))
         return;
     d->extrasFor(d->rowId(row)).tag = tag;
+    d->rowsChanged(row, row);
+}
+
+bool ImportGrid::rowHidden(qsizetype row) const
+{
+    if (!d->validRow(row))
+        return false;
+    const RowExtras *extras = d->extras(d->rowId(row));
+    return extras && extras->hidden;
+}
+
+void ImportGrid::setRowHidden(qsizetype row, bool hidden)
+{
+    if (!d->validRow(row) || rowHidden(row) == hidden)
+        return;
+    d->extrasFor(d->rowId(row)).hidden = hidden;
     d->rowsChanged(row, row);
 }
 

@@ -77,6 +77,11 @@ public:
 
     QString rowTag(qsizetype row) const;
     void setRowTag(qsizetype row, const QString &tag);
+    /// Whether a row is hidden: it stays in the grid with its cells and check, but the import
+    /// passes it over (a row filter hides the rows it does not keep).
+    bool rowHidden(qsizetype row) const;
+    void setRowHidden(qsizetype row, bool hidden);
+
     QString columnTag(int column) const;
     void setColumnTag(int column, const QString &tag);
 

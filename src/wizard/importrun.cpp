@@ -68,8 +68,9 @@ ImportRun::Outcome ImportRun::run()
     for (qsizetype row = 0; row < rows; ++row) {
         if (m_cancelled)
             return Outcome::Cancelled;
-        // Row 0 is the mapping row: it has no check and is never imported.
-        if (row > 0 && m_grid.checkState(row, 0) == CheckState::Checked) {
+        // Row 0 is the mapping row: it has no check and is never imported. A hidden row is
+        // passed over, checked or not, so that a row filter only has to hide rows.
+        if (row > 0 && m_grid.checkState(row, 0) == CheckState::Checked && !m_grid.rowHidden(row)) {
             const RowResult result = handRow(row, targets);
             if (result == RowResult::Cancelled)
                 return Outcome::Cancelled;

@@ -152,6 +152,7 @@ private:
 
     // Table and spreadsheet panels
     bool readDatabaseSource();
+    bool listDatabaseTables();
     QString chosenSourceName() const;
     void enterTablePanel();
     void enterSpreadsheetPanel();

@@ -21,8 +21,13 @@ bool WizardController::exitDatabasePanel()
         return false;
     m_method->setConnectionString(*connection);
     m_method->setFilename(m_state.databaseName);
+    // Without a server or a database there is nothing to connect to: saying so here beats the
+    // driver's own words about an empty name. A blank server has its own words, since asking for
+    // a database would send the user to the wrong box.
     if (connection->isEmpty()) {
-        showExclamation(u"Please select a SQL Database first"_s);
+        showExclamation(serverLogin().serverName.isEmpty()
+                            ? u"Please select a SQL Server first"_s
+                            : u"Please select a SQL Database first"_s);
         return false;
     }
     return readDatabaseSource();
@@ -77,13 +82,15 @@ void WizardController::openServerList()
                            MessageIcon::Critical, u"Login name needed"_s);
         return;
     }
-    QStringList servers;
+    // The reader empties its list only once discovery has started; one that cannot start leaves
+    // the list as it was and its status text showing.
+    QStringList servers = m_state.servers;
     const bool discovered = m_servers->discoverServers(*m_method, servers,
-                                                       [this](const QString &text) {
+                                                       [this, &servers](const QString &text) {
+                                                           m_state.servers = servers;
                                                            setStatusMessage(text);
                                                        });
     m_state.servers = servers;
-    // A discovery that could not run leaves its status text showing.
     if (discovered)
         setStatusMessage({});
     else

@@ -32,8 +32,12 @@ void WizardController::enterDelimiterPanel(const QString &freshRead)
     DelimiterChoice::preset(*m_method, m_state);
     notify();
     // Straight from the file panel, which has just read the file with these very delimiters, a
-    // second reading of a large file would only show the same grid again.
-    if (freshRead.isEmpty() || freshRead != textReadKey())
+    // second reading of a large file would only show the same grid again. Not so without any
+    // delimiter: here that is a mistake the user must see ("Please select at least one
+    // delimiter", an empty grid), where the file panel read one field a line.
+    const bool sameGrid = !freshRead.isEmpty() && freshRead == textReadKey()
+                          && !DelimiterChoice::delimiterSet(m_state).isEmpty();
+    if (!sameGrid)
         readTextFile();
 }
 

@@ -27,11 +27,19 @@ bool WizardController::readDatabaseSource()
         m_grid.clear();
         return tableReader().readTable(*m_method, m_method->Table(), m_grid);
     }
+    return listDatabaseTables();
+}
+
+// The list changes only once the database is open and its tables are known: a failed open or
+// schema read leaves the list as it was, beside the message that says why.
+bool WizardController::listDatabaseTables()
+{
     QStringList tables;
-    const bool listed = tableReader().listTables(*m_method, tables);
+    if (!tableReader().listTables(*m_method, tables))
+        return false;
     m_state.databaseTables = tables;
     m_state.databaseTable.clear();
-    return listed;
+    return true;
 }
 
 QString WizardController::chosenSourceName() const
@@ -42,12 +50,8 @@ QString WizardController::chosenSourceName() const
 void WizardController::enterTablePanel()
 {
     m_grid.clear();
-    if (m_method) {
-        QStringList tables;
-        tableReader().listTables(*m_method, tables);
-        m_state.databaseTables = tables;
-        m_state.databaseTable.clear();
-    }
+    if (m_method)
+        listDatabaseTables();
     m_state.selectTableDescription = u"Which table in '"_s % chosenSourceName()
                                      % u"' should we use ?"_s;
     m_state.importTableVisible = true;

@@ -160,3 +160,32 @@ TEST(ConnectionString, FindsTheAccessFile)
     EXPECT_FALSE(jetDataSource(u"Provider=SQLOLEDB.1;Data Source=srv"_s).has_value());
     EXPECT_FALSE(jetDataSource(QString()).has_value());
 }
+
+TEST(ConnectionString, QuotedNamesReadBackWhole)
+{
+    struct Case
+    {
+        QString value;
+        QString written;
+    };
+    const Case cases[] = {
+        {u"Net Nodes"_s, u"Net Nodes"_s},
+        {u"Bob's nodes"_s, u"Bob's nodes"_s},
+        {u"HOST\\INST,1433"_s, u"HOST\\INST,1433"_s},
+        {QString(), QString()},
+        {u"a;Data Source=elsewhere"_s, u"\"a;Data Source=elsewhere\""_s},
+        {u"x\"; drop table y; --"_s, u"\"x\"\"; drop table y; --\""_s},
+        {u"'quoted'"_s, u"\"'quoted'\""_s},
+        {u"\"dq\""_s, u"\"\"\"dq\"\"\""_s},
+        {u"{braced}"_s, u"\"{braced}\""_s},
+        {u" padded "_s, u"\" padded \""_s},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.value.toStdString());
+        EXPECT_EQ(quotedValue(c.value), c.written);
+        const ConnectionString read = ConnectionString::parse(
+            u"Initial Catalog="_s + quotedValue(c.value) + u";Data Source=srv"_s);
+        EXPECT_EQ(read.text(u"Initial Catalog"_s), c.value);
+        EXPECT_EQ(read.text(u"Data Source"_s), u"srv"_s);
+    }
+}

@@ -126,10 +126,25 @@ TEST(SQLAdmin, DatabaseConnectionRefusesWhatWouldChangeTheString)
 {
     SQLAdmin admin;
     admin.setServerType(u"PostgreSQL"_s);
-    EXPECT_FALSE(admin.DatabaseConnection(u"host"_s, u"db;Data Source=elsewhere"_s));
-    EXPECT_EQ(admin.LastError(),
-              u"The name \"db;Data Source=elsewhere\" cannot be used: it holds a semicolon, which "
-              u"would change the meaning of the statement it goes into."_s);
+    EXPECT_FALSE(admin.DatabaseConnection(u"host"_s, u"db\0x"_s));
+    EXPECT_EQ(admin.LastError(), u"The name 'db\\0x' cannot be used: it holds a NUL character "
+                                 u"(shown as \\0), which no statement or connection string can "
+                                 u"carry."_s);
+    // Names that would end an entry are quoted and read back whole.
+    const QString odd[] = {u"db;Data Source=elsewhere"_s,
+                           u"'db'"_s,
+                           u"\"db\"\"x"_s,
+                           u"{db}"_s,
+                           u" db "_s,
+                           u"Bob's db"_s};
+    for (const QString &name : odd) {
+        SCOPED_TRACE(name.toStdString());
+        const ConnectionString read = ConnectionString::parse(
+            admin.BuildConnectionString(name, name));
+        EXPECT_EQ(read.text(u"Initial Catalog"_s), name);
+        EXPECT_EQ(read.text(u"Data Source"_s), name);
+        EXPECT_TRUE(read.text(u"Packet Size"_s) == u"4096"_s);
+    }
     admin.setUseIntegratedNTSecurity(false);
     admin.setLoginName(u"me"_s);
     admin.setLoginPassword(u"x';Data Source=elsewhere;y='"_s);
@@ -349,42 +364,35 @@ TEST(Translator, PasswordsNeverLeave)
     }
 }
 
-TEST(Translator, NamesThatWouldChangeAStatementAreRefused)
+TEST(Translator, NamesAreQuotedAsEachServerReadsThem)
 {
     struct Case
     {
         QString name;
-        NamePlace place;
-        QString holds; // empty: accepted
+        QString bracketed;
+        QString quoted;
     };
     const Case cases[] = {
-        {u"Nodes"_s, NamePlace::BracketedIdentifier, {}},
-        {u"My Nodes's"_s, NamePlace::BracketedIdentifier, {}},
-        {u"No]des"_s, NamePlace::BracketedIdentifier, u"a bracket (])"_s},
-        {u"a;b"_s, NamePlace::BracketedIdentifier, u"a semicolon"_s},
-        {u"No]des"_s, NamePlace::QuotedIdentifier, {}},
-        {u"No\"des"_s, NamePlace::QuotedIdentifier, u"a quote (\")"_s},
-        {u"O'Brien"_s, NamePlace::StringLiteral, u"a quote (')"_s},
-        {u"Nodes\nDROP"_s, NamePlace::QuotedIdentifier, u"a control character (code 10)"_s},
-        {u"O'Brien"_s, NamePlace::ConnectionValue, {}},
-        {u"db;x=y"_s, NamePlace::ConnectionValue, u"a semicolon"_s},
+        {u"Nodes"_s, u"[Nodes]"_s, u"\"Nodes\""_s},
+        {u"Bob's nodes"_s, u"[Bob's nodes]"_s, u"\"Bob's nodes\""_s},
+        {u"a]b"_s, u"[a]]b]"_s, u"\"a]b\""_s},
+        {u"[x]]"_s, u"[[x]]]]]"_s, u"\"[x]]\""_s},
+        {u"x\"; drop table y; --"_s, u"[x\"; drop table y; --]"_s, u"\"x\"\"; drop table y; --\""_s},
+        {u"\""_s, u"[\"]"_s, u"\"\"\"\""_s},
+        {QString(), u"[]"_s, u"\"\""_s},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name.toStdString());
-        const auto checked = checkNameAsItStands(c.name, c.place);
-        if (c.holds.isEmpty()) {
-            EXPECT_TRUE(checked);
-            continue;
-        }
-        ASSERT_FALSE(checked);
-        EXPECT_EQ(checked.error(), u"The name \""_s + c.name + u"\" cannot be used: it holds "_s
-                                       + c.holds
-                                       + u", which would change the meaning of the statement it "
-                                         u"goes into."_s);
+        EXPECT_EQ(bracketedIdentifier(c.name), c.bracketed);
+        EXPECT_EQ(quotedIdentifier(c.name), c.quoted);
+        EXPECT_TRUE(checkNameCanBeQuoted(c.name));
     }
-    EXPECT_EQ(checkNameAsItStands(u"'db"_s, NamePlace::ConnectionValue).error(),
-              u"The name \"'db\" cannot be used: it starts with a quote ('), which would change "
-              u"the meaning of the connection string."_s);
+    // A NUL would end the name early in every driver's C string.
+    const auto refused = checkNameCanBeQuoted(u"a\0b"_s, u"table name"_s);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error(), u"The table name 'a\\0b' cannot be used: it holds a NUL character "
+                               u"(shown as \\0), which no statement or connection string can "
+                               u"carry."_s);
 }
 
 TEST(Drivers, SilentServerIsGivenUpAfterTheLoginTimeout)

@@ -241,10 +241,16 @@ bool PgCluster::psql(const QString &database, const QString &sql, QString *outpu
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"PGPASSWORD"_s, QString::fromLatin1(superPassword));
     process.setProcessEnvironment(environment);
+    // psql takes a name holding "=" for a connection string: such a name goes as its dbname.
+    QString target = database;
+    if (database.contains(u'=')) {
+        target.replace(u"\\"_s, u"\\\\"_s).replace(u"'"_s, u"\\'"_s);
+        target = u"dbname='"_s + target + u"'"_s;
+    }
     return runToEnd(process, binDir() + u"/psql"_s,
                     {u"-X"_s, u"-q"_s, u"-A"_s, u"-t"_s, u"-v"_s, u"ON_ERROR_STOP=1"_s, u"-h"_s,
                      m_folder.path(), u"-p"_s, QString::number(m_port), u"-U"_s,
-                     QString::fromLatin1(superUser), u"-d"_s, database, u"-c"_s, sql},
+                     QString::fromLatin1(superUser), u"-d"_s, target, u"-c"_s, sql},
                     output);
 }
 

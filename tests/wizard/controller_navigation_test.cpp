@@ -1,7 +1,8 @@
 // Navigation: the opening state, every exit check's message, panels skipped by the method going
 // forward and back, the captions, the file dialog only for an empty file name, a method without
-// panel list refused without a crash, the delimiter boxes (preset, re-read, empty set), and files
-// and databases that cannot be read. Cancel's result is the widget tests' (StartWizard's own).
+// panel list refused without a crash, the delimiter boxes (preset, re-read, empty set, a method's
+// delimiter without a box), files and databases that cannot be read, and a blank server or
+// database. Cancel's result is the widget tests' (StartWizard's own).
 #include "wizardfixture.h"
 
 #include "wizard/delimiterchoice.h"
@@ -235,9 +236,52 @@ TEST_F(Navigation, SourcesThatCannotBeReadKeepTheWizardOnThePanel)
     chooseMethod(u"SQL"_s);
     wizard->next();
     ASSERT_EQ(panel(), Panel::DatabasePanel);
+    // Nothing to connect to: a blank server is named as such, before a blank database.
+    struct Blank
+    {
+        QString server;
+        QString database;
+        QString message;
+    };
+    const Blank blanks[] = {
+        {QString(), QString(), u"Please select a SQL Server first"_s},
+        {u"   "_s, u"Nodes"_s, u"Please select a SQL Server first"_s},
+        {u"host"_s, QString(), u"Please select a SQL Database first"_s},
+    };
+    for (const Blank &blank : blanks) {
+        SCOPED_TRACE(blank.message.toStdString());
+        wizard->setServerName(blank.server);
+        wizard->setDatabaseName(blank.database);
+        wizard->next();
+        EXPECT_EQ(panel(), Panel::DatabasePanel);
+        EXPECT_EQ(takeExclamation(), blank.message);
+    }
+}
+
+// A method whose delimiter has no box of its own leaves every box unchecked. The file panel then
+// reads one field a line; the delimiter panel must not pass that grid off as the user's choice.
+TEST_F(Navigation, DelimiterWithoutABoxAsksForOneOnTheDelimiterPanel)
+{
+    folder.write(u"methods/odd.ImportMethods"_s,
+                 R"(<ImportMethods><ImportMethod NAME="Colon" METHOD="IMPORTTEXT" DISABLED="NO"
+                    DELIMITER="COLON" PANELS="MethodPanel,FilePanel,DelimiterPanel,MapPanel"/>
+                    </ImportMethods>)");
+    restart();
+    chooseMethod(u"Colon"_s);
+    view.setFileAnswer(writeFile(u"odd.txt"_s, "10.0.0.1:a\n10.0.0.2:b\n"));
     wizard->next();
-    EXPECT_EQ(panel(), Panel::DatabasePanel);
-    EXPECT_EQ(takeExclamation(), u"Please select a SQL Database first"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::DelimiterPanel) << messageTexts().join(u'\n').toStdString();
+    EXPECT_EQ(wizard->state().delimiterChecked, (std::array<bool, 5>{}));
+    EXPECT_EQ(takeExclamation(), u"Please select at least one delimiter"_s);
+    EXPECT_EQ(grid().rowCount(), 0);
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::DelimiterPanel);
+    EXPECT_EQ(takeExclamation(), u"Please select a file with data in it."_s);
+    // Typing the method's delimiter into "Other" reads the file as meant.
+    wizard->setOtherDelimiter(u":"_s);
+    wizard->setDelimiterChecked(4, true);
+    EXPECT_EQ(rowTexts(1), (QStringList{u"10.0.0.2"_s, u"b"_s}));
 }
 
 } // namespace

@@ -2,12 +2,16 @@
 // - a walk from the method list through server, login, database and table to the import hands
 //   every record to the host, nulls as empty values, views and catalogue tables never offered;
 // - the connection string the panel builds is the family's, and a table text starting with
-//   "select " runs as written while a plain name reads at most 5000 records;
-// - names with quotes, brackets or semicolons are refused before anything runs;
+//   "select " runs as written while a plain name reads at most 5000 records; a database that
+//   cannot be opened leaves the table list as it was;
+// - tables and databases whose names hold quotes, brackets and semicolons are read by those
+//   names, quoted as each server reads them, and every other table is still there afterwards;
+//   only a NUL, which no quoting carries, is refused;
 // - wrong passwords, closed ports, missing databases and empty tables give their exact messages,
 //   and no message ever holds the password;
 // - server discovery lists the network's instances then the registered servers once each, asks
-//   for a login name first under SQL security, and leaves its status showing when it cannot run.
+//   for a login name first under SQL security, and when it cannot start leaves its status
+//   showing and the list as it was.
 #include "wizardfixture.h"
 
 #include "common/connectionstring.h"
@@ -157,15 +161,104 @@ TEST_F(DatabasePath, readsQueriesAsWrittenAndTablesUpToTheLimit)
     wizard->next();
     EXPECT_EQ(takeExclamation(), u"Please select a Database Table with data in it."_s);
 
-    wizard->selectTable(u"many]; DROP TABLE many; --"_s);
-    EXPECT_TRUE(takeExclamation().startsWith(u"The table name 'many]; DROP TABLE many; --'"_s));
+    // A name is a name: the one below is looked up whole, and "many" is still there after it.
+    wizard->selectTable(u"many\"; DROP TABLE many; --"_s);
+    ASSERT_EQ(view.messages().size(), 1);
+    EXPECT_TRUE(view.messages().first().text.startsWith(
+        u"Cannot open 'many\"; DROP TABLE many; --' table within 'Inventory'\r\n"_s));
+    view.clearMessages();
     EXPECT_EQ(grid().rowCount(), 0);
+    wizard->selectTable(u"many"_s);
+    EXPECT_EQ(grid().rowCount(), 5001);
 
     wizard->selectTable(u"no_such_table"_s);
     ASSERT_EQ(view.messages().size(), 1);
     EXPECT_TRUE(view.messages().first().text.startsWith(
         u"Cannot open 'no_such_table' table within 'Inventory'\r\n"_s));
     view.clearMessages();
+
+    // A database that cannot be opened leaves the table list as it was, beside the message.
+    const QStringList tables = wizard->state().databaseTables;
+    ASSERT_FALSE(tables.isEmpty());
+    wizard->back();
+    ASSERT_EQ(panel(), Panel::DatabasePanel);
+    wizard->setDatabaseName(u"Nowhere"_s);
+    wizard->next();
+    EXPECT_EQ(panel(), Panel::DatabasePanel);
+    EXPECT_TRUE(takeExclamation().startsWith(u"Cannot open 'Nowhere''"_s));
+    EXPECT_EQ(wizard->state().databaseTables, tables);
+}
+
+// Names that would end a bracket, a quote or a connection string entry if put in as they stand.
+TEST_F(DatabasePath, importsFromTablesWhoseNamesHoldQuotesBracketsAndSemicolons)
+{
+    MGIMPORT8_REQUIRE_POSTGRES(cluster);
+    ASSERT_TRUE(prepare(cluster));
+    const QString database = u"Stock; Data Source=elsewhere"_s;
+    static const bool created = cluster->psqlSteps({
+        {u"postgres"_s, u"CREATE DATABASE \"Stock; Data Source=elsewhere\""_s},
+        {u"Stock; Data Source=elsewhere"_s,
+         u"CREATE TABLE \"Bob's nodes\" (ip text); INSERT INTO \"Bob's nodes\" VALUES ('10.2.0.1');"
+         "CREATE TABLE \"a]b\" (ip text); INSERT INTO \"a]b\" VALUES ('10.2.0.2');"
+         "CREATE TABLE \"x\"\"; drop table y; --\" (ip text);"
+         "INSERT INTO \"x\"\"; drop table y; --\" VALUES ('10.2.0.3');"
+         "CREATE TABLE y (ip text); INSERT INTO y VALUES ('10.2.0.4');"
+         "GRANT SELECT ON ALL TABLES IN SCHEMA public TO importer"_s},
+    });
+    ASSERT_TRUE(created);
+    const QStringList everyTable = {u"Bob's nodes"_s, u"a]b"_s, u"x\"; drop table y; --"_s, u"y"_s};
+    struct Case
+    {
+        QString table;
+        QString ip;
+    };
+    const Case cases[] = {
+        {u"Bob's nodes"_s, u"10.2.0.1"_s},
+        {u" a]b "_s, u"10.2.0.2"_s},
+        {u"x\"; drop table y; --"_s, u"10.2.0.3"_s},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.table.toStdString());
+        restart();
+        openDatabasePanel(u"PostgreSQL"_s, cluster->tcpServerName(), password, database);
+        wizard->next();
+        ASSERT_EQ(panel(), Panel::TablePanel) << messageTexts().join(u'\n').toStdString();
+        EXPECT_EQ(ConnectionString::parse(wizard->chosenMethod()->ConnectionString())
+                      .text(u"Initial Catalog"_s),
+                  database);
+        QStringList listed = wizard->state().databaseTables;
+        listed.sort();
+        QStringList expected = everyTable;
+        expected.sort();
+        EXPECT_EQ(listed, expected);
+
+        QStringList imported;
+        QObject::connect(&engine, &Engine::NewRow, [&](ImportRow *row, QString &, bool &) {
+            imported.append(row->Item(u"IP"_s)->Data().toString());
+        });
+        wizard->selectTable(c.table);
+        ASSERT_TRUE(view.messages().isEmpty()) << messageTexts().join(u'\n').toStdString();
+        EXPECT_EQ(rowTexts(1), QStringList{c.ip});
+        while (panel() != Panel::ImportPanel && view.messages().isEmpty()) {
+            const Panel before = panel();
+            wizard->next();
+            if (panel() == before)
+                break;
+        }
+        EXPECT_EQ(panel(), Panel::ImportPanel) << messageTexts().join(u'\n').toStdString();
+        EXPECT_EQ(imported, QStringList{c.ip});
+        QObject::disconnect(&engine, &Engine::NewRow, nullptr, nullptr);
+    }
+
+    // Every table is still there, with its row.
+    QString output;
+    ASSERT_TRUE(cluster->psql(database,
+                              u"SELECT (SELECT count(*) FROM \"Bob's nodes\") || ',' || "
+                              "(SELECT count(*) FROM \"a]b\") || ',' || "
+                              "(SELECT count(*) FROM \"x\"\"; drop table y; --\") || ',' || "
+                              "(SELECT count(*) FROM y)"_s,
+                              &output));
+    EXPECT_EQ(output.trimmed(), u"1,1,1,1"_s);
 }
 
 TEST_F(DatabasePath, reportsLoginAndServerFailuresWithoutThePassword)
@@ -201,14 +294,17 @@ TEST_F(DatabasePath, reportsLoginAndServerFailuresWithoutThePassword)
         EXPECT_TRUE(wizard->state().statusMessage.isEmpty());
     }
 
-    // A database that is not there, or a name that would change the connection string, is
-    // found out when the panel is left.
+    // A database that is not there is found out when the panel is left. A name that reads like
+    // more of the connection string is still one name: the server is asked for a database of
+    // that name, on the chosen server. Only a NUL, which no quoting carries, is refused.
     const std::pair<QString, QString> refused[] = {
         {u"Nowhere"_s, u"Cannot open 'Nowhere'' on '"_s + cluster->tcpServerName() + u"\r\n"_s},
         {u"Inventory;Data Source=elsewhere"_s,
-         u"The database name 'Inventory;Data Source=elsewhere' cannot be used: quotes, brackets, "
-         "semicolons and control characters would change the meaning of the statement or "
-         "connection string it goes into."_s},
+         u"Cannot open 'Inventory;Data Source=elsewhere'' on '"_s + cluster->tcpServerName()
+             + u"\r\n"_s},
+        {u"Inven\0tory"_s,
+         u"The database name 'Inven\\0tory' cannot be used: it holds a NUL character (shown as "
+         "\\0), which no statement or connection string can carry."_s},
     };
     for (const auto &[database, expectedStart] : refused) {
         restart();
@@ -263,12 +359,15 @@ TEST_F(DatabasePath, discoversNetworkThenRegisteredServersOnceEach)
     EXPECT_TRUE(statuses.contains(u"Discovering SQL Servers on network ..."_s));
     EXPECT_TRUE(wizard->state().statusMessage.isEmpty());
 
-    // A target the discovery socket cannot send to: discovery cannot run at all.
+    // A target the discovery socket cannot send to: discovery cannot start, so it never says it
+    // is discovering and leaves the list the user had.
     ScopedEnv unusable("MGIMPORT8_SSRP_TARGETS", "::1:1434");
+    statuses.clear();
     wizard->openServerList();
-    EXPECT_EQ(wizard->state().statusMessage,
-              u"Unable to load create SQL DMO Objects, please contact Marrowgate Support"_s);
-    EXPECT_TRUE(wizard->state().servers.isEmpty());
+    EXPECT_EQ(statuses,
+              QStringList{
+                  u"Unable to load create SQL DMO Objects, please contact Marrowgate Support"_s});
+    EXPECT_EQ(wizard->state().servers, (QStringList{u"host"_s, u"host\\Sales"_s, u"backup"_s}));
 }
 
 TEST_F(DatabasePath, buildsEachServersReadStatement)
@@ -285,12 +384,22 @@ TEST_F(DatabasePath, buildsEachServersReadStatement)
         {&sqlServer, u" My Nodes "_s, u"Select TOP 5000 * From [My Nodes]"_s},
         {&postgres, u"Nodes"_s, u"Select * From \"Nodes\" LIMIT 5000"_s},
         {&sqlServer, u"select ip from nodes"_s, u"select ip from nodes"_s},
-        {&postgres, u"SELECT\tip"_s, std::nullopt},
+        {&postgres, u"SELECT\tip"_s, u"Select * From \"SELECT\tip\" LIMIT 5000"_s},
         // Only "SELECT" and a blank make a query; anything else is a name.
         {&sqlServer, u"SELECTED"_s, u"Select TOP 5000 * From [SELECTED]"_s},
         {&sqlServer, u"Sel"_s, u"Select TOP 5000 * From [Sel]"_s},
-        {&sqlServer, u"a] ; DROP TABLE x; --"_s, std::nullopt},
-        {&postgres, u"a\" ; DROP TABLE x; --"_s, std::nullopt},
+        // Names are quoted as each server reads them back, whatever they hold; only a NUL,
+        // which no quoting carries, has no statement.
+        {&sqlServer, u"a] ; DROP TABLE x; --"_s,
+         u"Select TOP 5000 * From [a]] ; DROP TABLE x; --]"_s},
+        {&sqlServer, u"[Bob's]]"_s, u"Select TOP 5000 * From [[Bob's]]]]]"_s},
+        {&sqlServer, u"x\"; y"_s, u"Select TOP 5000 * From [x\"; y]"_s},
+        {&postgres, u"a\" ; DROP TABLE x; --"_s,
+         u"Select * From \"a\"\" ; DROP TABLE x; --\" LIMIT 5000"_s},
+        {&postgres, u"a]b"_s, u"Select * From \"a]b\" LIMIT 5000"_s},
+        {&postgres, u"\"\""_s, u"Select * From \"\"\"\"\"\" LIMIT 5000"_s},
+        {&sqlServer, u"a\0b"_s, std::nullopt},
+        {&postgres, u"a\0b"_s, std::nullopt},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.table.toStdString());
@@ -355,8 +464,12 @@ TEST_F(DatabasePath, walksARealSqlServer)
     wizard->selectTable(u"SELECT name FROM sys.databases ORDER BY database_id"_s);
     ASSERT_GE(grid().rowCount(), 2) << messageTexts().join(u'\n').toStdString();
     EXPECT_EQ(grid().text(1, 0), u"master"_s);
+    // The "]" is doubled inside the brackets, so the server looks for the whole name.
     wizard->selectTable(u"spt]values"_s);
-    EXPECT_TRUE(takeExclamation().startsWith(u"The table name 'spt]values' cannot be used"_s));
+    ASSERT_EQ(view.messages().size(), 1);
+    const QString text = view.messages().first().text;
+    EXPECT_TRUE(text.startsWith(u"Cannot open 'spt]values' table within 'master'\r\n"_s));
+    EXPECT_TRUE(text.contains(u"Invalid object name 'spt]values'"_s)) << text.toStdString();
 }
 
 } // namespace

@@ -43,6 +43,7 @@ TEST(ImportGrid, EditsFollowTheirRowsAndColumns)
     grid.setRowTag(0, QStringLiteral("FieldHeader"));
     grid.setCheckState(2, 1, CheckState::Checked);
     grid.setColumnTag(2, QStringLiteral("Third"));
+    grid.setRowHidden(2, true);
 
     // The mapping row goes on top.
     grid.insertRow(0);
@@ -58,6 +59,8 @@ TEST(ImportGrid, EditsFollowTheirRowsAndColumns)
     EXPECT_EQ(grid.rowTag(1), QStringLiteral("FieldHeader"));
     EXPECT_EQ(rowTexts(grid, 2), (Texts{"sw1", "10.0.0.1", ""}));
     EXPECT_EQ(grid.checkState(3, 1), CheckState::Checked);
+    EXPECT_TRUE(grid.rowHidden(3));
+    EXPECT_FALSE(grid.rowHidden(2));
     EXPECT_EQ(grid.style(0, 2).backColor, grey.backColor);
     EXPECT_FALSE(grid.style(1, 2).backColor);
 

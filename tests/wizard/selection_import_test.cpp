@@ -2,7 +2,7 @@
 // and the buttons only in selection mode, the empty-selection check, the options panel (values
 // written at the click, passing itself on without options), the rows handed to the host with their
 // columns from the mapping row, counts and summary, progress points, Cancel stopping the run at
-// once, and hosts that throw, delete their row or write odd skip flags.
+// once, hidden rows left out, and hosts that throw, delete their row or write odd skip flags.
 #include "wizardfixture.h"
 
 #include <MGImport8/importoptions.h>
@@ -162,6 +162,25 @@ TEST_F(Import, CheckedRowsReachTheHostWithColumnsFromTheMappingRow)
     EXPECT_EQ(completed, 1);
     EXPECT_FALSE(wizard->result());
     EXPECT_TRUE(view.messages().isEmpty());
+}
+
+// A hidden row stays out of the import, checked or not, and is not counted as skipped either, so
+// that a row filter only has to hide rows.
+TEST_F(Import, HiddenRowsAreNeitherImportedNorSkipped)
+{
+    openTextToSelection(nodes(4));
+    EXPECT_EQ(checks(), u"1111"_s);
+    grid().setRowHidden(2, true);
+    grid().setRowHidden(3, true);
+    grid().setRowHidden(3, false);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::ImportPanel);
+    QStringList addresses;
+    for (const SeenRow &row : std::as_const(rows))
+        addresses.append(row.filter(u"IP="_s));
+    EXPECT_EQ(addresses, (QStringList{u"IP=10.0.1.1"_s, u"IP=10.0.3.1"_s, u"IP=10.0.4.1"_s}));
+    EXPECT_EQ(wizard->state().importStatus,
+              u"Import Complete\r\nImported 3 rows\r\nSkipped 0 rows"_s);
 }
 
 TEST_F(Import, ProgressIsShownEveryTenRowsOfTheGrid)

@@ -280,8 +280,10 @@ QString SQLAdmin::DefaultDataPath()
 
 QString SQLAdmin::BuildConnectionString(const QString &Server, const QString &Database) const
 {
-    const QString place = u";Persist Security Info=False;Initial Catalog="_s + Database
-                          + u";Data Source="_s + Server + connectionTail;
+    // A name that would not read back as it stands (a semicolon, a leading quote) is quoted the
+    // way the string's readers take it; every other name stays as the family has always written it.
+    const QString place = u";Persist Security Info=False;Initial Catalog="_s + quotedValue(Database)
+                          + u";Data Source="_s + quotedValue(Server) + connectionTail;
     if (d->databaseUserId.isEmpty() || d->databaseUserPassword.isEmpty()) {
         if (d->integrated)
             return u"Provider=SQLOLEDB.1;Integrated Security=SSPI"_s + place;
@@ -295,7 +297,7 @@ QString SQLAdmin::BuildConnectionString(const QString &Server, const QString &Da
 DatabaseHandle SQLAdmin::DatabaseConnection(const QString &Server, const QString &Database)
 {
     for (const QString &name : {Server, Database}) {
-        if (Result<bool> safe = checkNameAsItStands(name, NamePlace::ConnectionValue); !safe) {
+        if (Result<bool> safe = checkNameCanBeQuoted(name); !safe) {
             d->lastError = safe.error();
             return {};
         }

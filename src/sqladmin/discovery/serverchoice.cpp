@@ -6,11 +6,12 @@
 
 namespace MGImport8 {
 
-ServerChoice ServerChoice::collect(ServerDiscovery &discovery, const std::function<void()> &yield)
+ServerChoice ServerChoice::collect(ServerDiscovery &discovery, const std::function<void()> &yield,
+                                   const std::function<void()> &started)
 {
     ServerChoice choice;
     ServerNames names;
-    Result<QStringList> found = discovery.discover(yield);
+    Result<QStringList> found = discovery.discover(yield, started);
     if (found)
         names.add(found.value());
     else

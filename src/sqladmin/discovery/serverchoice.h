@@ -21,7 +21,10 @@ struct ServerChoice
     /// Why the registered servers could not be read, empty when they were (or there are none).
     QString registeredError;
 
-    static ServerChoice collect(ServerDiscovery &discovery, const std::function<void()> &yield);
+    /// `started` runs once the discovery requests are out, before any reply is awaited; not at
+    /// all when discovery cannot run.
+    static ServerChoice collect(ServerDiscovery &discovery, const std::function<void()> &yield,
+                                const std::function<void()> &started = {});
 };
 
 } // namespace MGImport8

@@ -77,7 +77,8 @@ QList<ServerDiscovery::Target> ServerDiscovery::broadcastTargets()
     return targets;
 }
 
-Result<QStringList> ServerDiscovery::discover(const std::function<void()> &yield)
+Result<QStringList> ServerDiscovery::discover(const std::function<void()> &yield,
+                                              const std::function<void()> &started)
 {
     m_instances.clear();
     m_rejected = 0;
@@ -97,6 +98,8 @@ Result<QStringList> ServerDiscovery::discover(const std::function<void()> &yield
     // No network to ask is not a failure: there is simply no server on it.
     if (sent == 0 && !m_targets.isEmpty())
         return Error{u"Cannot send the server discovery request: "_s + sendError};
+    if (started)
+        started();
 
     ServerNames names;
     QDeadlineTimer deadline(m_window);

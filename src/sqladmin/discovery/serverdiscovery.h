@@ -46,8 +46,10 @@ public:
     /// Sends the requests and collects the replies until the window closes. The answer is the
     /// instances' names as a user types them, each once (compared case-insensitively), in the
     /// order they arrived; an error only when no request could be sent at all. Malformed replies
-    /// are passed over and counted in `rejectedReplies()`.
-    Result<QStringList> discover(const std::function<void()> &yield);
+    /// are passed over and counted in `rejectedReplies()`. `started` runs once the requests are
+    /// out (or there was no target to ask), before the first wait; not when discovery fails.
+    Result<QStringList> discover(const std::function<void()> &yield,
+                                 const std::function<void()> &started = {});
 
     /// Every instance that answered, with its details, in the order they arrived.
     const QList<SqlInstance> &instances() const { return m_instances; }

@@ -2,6 +2,7 @@
 
 #include "common/commonfunctions.h"
 #include "common/connectionstring.h"
+#include "sqladmin/nameguard.h"
 #include "wizard/access/accessdatabase.h"
 #include "wizard/importgrid.h"
 #include "wizard/table/texttable.h"
@@ -67,7 +68,8 @@ QString AccessSourceReader::statementFor(const QString &table)
 {
     if (isQuery(table))
         return table.trimmed();
-    return u"Select TOP "_s % QString::number(TableRecordLimit) % u" * From ["_s % table % u"]"_s;
+    return u"Select TOP "_s % QString::number(TableRecordLimit) % u" * From "_s
+           % SqlAdmin::bracketedIdentifier(table.trimmed());
 }
 
 bool AccessSourceReader::listTables(const SourceChoice &source, QStringList &tables)
@@ -99,11 +101,19 @@ bool AccessSourceReader::readTable(const SourceChoice &source, const QString &ta
         return false;
     }
 
-    GridSink sink;
+    // The table text is trimmed as the server reader trims it. A table is read by its name
+    // through libmdb, not through a statement: libmdbsql's brackets cannot carry a "]", and its
+    // names end at a NUL, the one character refused here.
     const QString text = table.trimmed();
+    if (const Result<bool> carried = SqlAdmin::checkNameCanBeQuoted(text, u"table name"_s);
+        !isQuery(text) && !carried) {
+        m_view.showMessage(carried.error(), MessageIcon::Exclamation, {});
+        return false;
+    }
+    GridSink sink;
     const Result<qsizetype> read = isQuery(text)
                                        ? database.value()->runQuery(text, sink)
-                                       : database.value()->readTable(table, TableRecordLimit, sink);
+                                       : database.value()->readTable(text, TableRecordLimit, sink);
     if (!read) {
         m_view.showMessage(u"Cannot open '"_s % table % u"' table within '"_s % sourceName % u"'"_s
                                % crlf % read.error(),

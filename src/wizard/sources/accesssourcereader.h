@@ -23,8 +23,9 @@ public:
     bool listTables(const SourceChoice &source, QStringList &tables) override;
     bool readTable(const SourceChoice &source, const QString &table, ImportGrid &grid) override;
 
-    /// The statement the table text stands for: a query as it is, otherwise the limited read of
-    /// the table ("Select TOP 5000 * From [table]").
+    /// The statement the table text stands for (trimmed): a query as it is, otherwise the limited
+    /// read of the table ("Select TOP 5000 * From [table]", a "]" in the name doubled). Tables
+    /// themselves are read by name, never through this text.
     static QString statementFor(const QString &table);
     /// Whether the table text is a query: "SELECT " (any case) after trimming.
     static bool isQuery(const QString &table);

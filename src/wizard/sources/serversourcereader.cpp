@@ -7,6 +7,7 @@
 #include "sqladmin/discovery/serverchoice.h"
 #include "sqladmin/discovery/serverdiscovery.h"
 #include "sqladmin/managementserver.h"
+#include "sqladmin/nameguard.h"
 #include "sqladmin/qtsession.h"
 #include "wizard/importgrid.h"
 #include "wizard/table/texttable.h"
@@ -32,9 +33,6 @@ const QString lineBreak = u"\r\n"_s;
 constexpr int CommandTimeoutSeconds = 20;
 /// How many records are read between two yields to the user interface.
 constexpr qsizetype RecordsPerYield = 100;
-/// Characters that would end a bracketed or quoted name, or a connection string's entry.
-const QString unsafeNameCharacters = u"'\"[];"_s;
-
 const QString sqlServerTables = u"SELECT TABLE_NAME FROM INFORMATION_SCHEMA.TABLES "
                                 "WHERE TABLE_TYPE = 'BASE TABLE' ORDER BY TABLE_NAME"_s;
 // Tables of the schemas on the search path, which an unqualified name reaches.
@@ -42,22 +40,6 @@ const QString postgresTables = u"SELECT table_name FROM information_schema.table
                                "WHERE table_type = 'BASE TABLE' "
                                "AND table_schema = ANY (current_schemas(false)) "
                                "ORDER BY table_name"_s;
-
-bool isSafeName(const QString &name)
-{
-    for (const QChar c : name) {
-        if (unsafeNameCharacters.contains(c) || c.unicode() < 0x20)
-            return false;
-    }
-    return true;
-}
-
-QString unsafeNameMessage(const QString &what, const QString &name)
-{
-    return u"The "_s + what + u" '"_s + name
-           + u"' cannot be used: quotes, brackets, semicolons and control characters would "
-             "change the meaning of the statement or connection string it goes into."_s;
-}
 
 QString errorText(const QSqlError &error)
 {
@@ -91,14 +73,19 @@ void ServerSourceReader::configure(SQLAdmin &admin, const SourceChoice &source,
 bool ServerSourceReader::discoverServers(const SourceChoice &source, QStringList &servers,
                                          const std::function<void(const QString &)> &status)
 {
-    servers.clear();
     // SQL Server Browsers answer for SQL Servers only; a PostgreSQL method offers the
     // registered servers.
     ServerDiscovery discovery = isPostgres(source)
                                     ? ServerDiscovery(QList<ServerDiscovery::Target>())
                                     : ServerDiscovery();
-    status(u"Discovering SQL Servers on network ..."_s);
-    const ServerChoice choice = ServerChoice::collect(discovery, [this] { m_view.yield(); });
+    // The status and the emptied list come once the requests are out: a discovery that cannot
+    // even start says so and leaves the list as it was.
+    const ServerChoice choice = ServerChoice::collect(
+        discovery, [this] { m_view.yield(); },
+        [&] {
+            servers.clear();
+            status(u"Discovering SQL Servers on network ..."_s);
+        });
     if (!choice.discoveryError.isEmpty()) {
         status(u"Unable to load create SQL DMO Objects, please contact Marrowgate Support"_s);
         return false;
@@ -130,15 +117,13 @@ std::optional<QString> ServerSourceReader::serverConnectionString(const SourceCh
 {
     if (databaseName.isEmpty() || login.serverName.isEmpty())
         return QString();
-    if (!isSafeName(login.serverName)) {
-        m_view.showMessage(unsafeNameMessage(u"server name"_s, login.serverName),
-                           MessageIcon::Exclamation, {});
-        return std::nullopt;
-    }
-    if (!isSafeName(databaseName)) {
-        m_view.showMessage(unsafeNameMessage(u"database name"_s, databaseName),
-                           MessageIcon::Exclamation, {});
-        return std::nullopt;
+    const std::pair<QString, QString> names[] = {{u"server name"_s, login.serverName},
+                                                 {u"database name"_s, databaseName}};
+    for (const auto &[what, name] : names) {
+        if (const Result<bool> carried = SqlAdmin::checkNameCanBeQuoted(name, what); !carried) {
+            m_view.showMessage(carried.error(), MessageIcon::Exclamation, {});
+            return std::nullopt;
+        }
     }
     SQLAdmin admin;
     configure(admin, source, login);
@@ -212,11 +197,13 @@ std::optional<QString> ServerSourceReader::tableStatement(const SourceChoice &so
             .compare(selectPrefix, Qt::CaseInsensitive)
         == 0)
         return text;
-    if (!isSafeName(text))
+    if (!SqlAdmin::checkNameCanBeQuoted(text))
         return std::nullopt;
     if (isPostgres(source))
-        return u"Select * From \""_s + text + u"\" LIMIT "_s + QString::number(MaxTableRecords);
-    return u"Select TOP "_s + QString::number(MaxTableRecords) + u" * From ["_s + text + u"]"_s;
+        return u"Select * From "_s + SqlAdmin::quotedIdentifier(text) + u" LIMIT "_s
+               + QString::number(MaxTableRecords);
+    return u"Select TOP "_s + QString::number(MaxTableRecords) + u" * From "_s
+           + SqlAdmin::bracketedIdentifier(text);
 }
 
 bool ServerSourceReader::readTable(const SourceChoice &choice, const QString &table,
@@ -226,7 +213,7 @@ bool ServerSourceReader::readTable(const SourceChoice &choice, const QString &ta
     const QString source = FileNameFromPath(choice.filename, false);
     const std::optional<QString> statement = tableStatement(choice, table);
     if (!statement) {
-        m_view.showMessage(unsafeNameMessage(u"table name"_s, table.trimmed()),
+        m_view.showMessage(SqlAdmin::checkNameCanBeQuoted(table.trimmed(), u"table name"_s).error(),
                            MessageIcon::Exclamation, {});
         return false;
     }

@@ -33,8 +33,8 @@ public:
     /// Whether the method reads a PostgreSQL server.
     static bool isPostgres(const SourceChoice &source);
     /// The statement that reads `table` (trimmed): a text starting with "SELECT " as it stands,
-    /// else the first `MaxTableRecords` records of the table named so; nothing when the name holds
-    /// a character that would change the statement's meaning.
+    /// else the first `MaxTableRecords` records of the table named so, the name quoted the way the
+    /// server reads it; nothing when the name holds a NUL, which no quoting carries.
     static std::optional<QString> tableStatement(const SourceChoice &source, const QString &table);
 
 private:

@@ -54,8 +54,9 @@ public:
     virtual ~ServerReader() = default;
 
     /// Server discovery for the `ServerName` list: servers on the network, then registered ones,
-    /// each once. Reports its own failures through `status` (the panel's `StatusMessage`) or the
-    /// view, and answers false when discovery could not run.
+    /// each once. Shows "Discovering ..." through `status` (the panel's `StatusMessage`) and
+    /// empties `servers` only once discovery has started; a discovery that cannot start reports
+    /// that through `status`, leaves `servers` as it was and answers false.
     virtual bool discoverServers(const SourceChoice &source, QStringList &servers,
                                  const std::function<void(const QString &)> &status)
         = 0;

@@ -1,10 +1,10 @@
 // The Access reader behind the wizard's table panel:
 // - the exact messages: opening for the table list (with its doubled quote and the folder as the
 //   server), opening for a read, a table that cannot be read;
-// - a table text starting with "SELECT " in any case runs as a query; other texts read the table
-//   with the 5000-record limit;
+// - a table text starting with "SELECT " in any case runs as a query; other texts, trimmed, read
+//   the table of that name whatever it holds (a NUL alone refused) with the 5000-record limit;
 // - the whole wizard lists and reads a real database; an empty table keeps its field-name row,
-//   says so, and cannot be left.
+//   says so, and cannot be left; a database that cannot be opened leaves the table list as it was.
 #include "testsupport.h"
 #include "wizard/headlessview.h"
 #include "wizard/importgrid.h"
@@ -98,8 +98,20 @@ TEST_F(AccessReader, readsTablesAndQueriesWithTheirHeader)
     EXPECT_FALSE(reader.readTable(method, u"SELECTION"_s, grid));
     EXPECT_TRUE(only().endsWith(u"The database has no table named 'SELECTION'."_s));
 
-    EXPECT_EQ(AccessSourceReader::statementFor(u"Order Details"_s),
+    // The table text is trimmed, as on a server; a name is read whole, whatever it holds, and
+    // only a NUL, which ends every name in the file, is refused before anything is read.
+    ASSERT_TRUE(reader.readTable(method, u"  Order Details "_s, grid));
+    EXPECT_EQ(grid.rowCount(), 2155 + 1);
+    EXPECT_FALSE(reader.readTable(method, u"Order]; DROP TABLE x; --"_s, grid));
+    EXPECT_TRUE(only().endsWith(u"The database has no table named 'Order]; DROP TABLE x; --'."_s));
+    EXPECT_FALSE(reader.readTable(method, u"Ship\0pers"_s, grid));
+    EXPECT_EQ(only(), u"The table name 'Ship\\0pers' cannot be used: it holds a NUL character "
+                      "(shown as \\0), which no statement or connection string can carry."_s);
+    EXPECT_EQ(icon, MessageIcon::Exclamation);
+
+    EXPECT_EQ(AccessSourceReader::statementFor(u" Order Details "_s),
               u"Select TOP 5000 * From [Order Details]"_s);
+    EXPECT_EQ(AccessSourceReader::statementFor(u"a]b"_s), u"Select TOP 5000 * From [a]]b]"_s);
 }
 
 // The wizard with real Access methods: the file panel lists the tables (or, without a table
@@ -152,6 +164,19 @@ TEST(AccessWizard, filePanelListsOrReadsAndTablePanelWantsRecords)
     listing->selectTable(u"Table1"_s);
     listing->next();
     EXPECT_EQ(listing->state().currentPanel, Panel::MapPanel);
+
+    // A database that cannot be opened leaves the table list as it was, beside the message.
+    listing->back();
+    listing->back();
+    ASSERT_EQ(listing->state().currentPanel, Panel::FilePanel);
+    listing->setFilename(folder.write(u"broken.mdb"_s, "not a database"));
+    view.clearMessages();
+    listing->next();
+    EXPECT_EQ(listing->state().currentPanel, Panel::FilePanel);
+    EXPECT_EQ(listing->state().databaseTables,
+              QStringList({u"Table1"_s, u"Table2"_s, u"Table3"_s, u"Table4"_s}));
+    ASSERT_EQ(view.messages().size(), 1);
+    EXPECT_TRUE(view.messages().first().text.startsWith(u"Cannot open 'broken.mdb'' on '"_s));
 
     auto direct = open(u"Shippers"_s, u"mdbtestdata/nwind.mdb"_s);
     ASSERT_EQ(direct->state().currentPanel, Panel::MapPanel);
