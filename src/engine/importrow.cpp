@@ -98,4 +98,14 @@ ImportColumn *LibraryAccess::AddColumn(ImportRow &row, const QString &column, co
     return row.Add(column, data);
 }
 
+ImportColumn *LibraryAccess::AppendColumn(ImportRow &row, const QString &column,
+                                          const QVariant &data)
+{
+    auto *created = new ImportColumn(&row);
+    created->d->column = column;
+    created->d->data = data;
+    row.d->columns.append(created);
+    return created;
+}
+
 } // namespace MGImport8

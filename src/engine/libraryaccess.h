@@ -22,6 +22,9 @@ public:
 
     // ImportRow
     static ImportColumn *AddColumn(ImportRow &row, const QString &column, const QVariant &data);
+    /// `AddColumn` for a caller that knows the row holds no column of this name yet: appends
+    /// without looking the name up.
+    static ImportColumn *AppendColumn(ImportRow &row, const QString &column, const QVariant &data);
 };
 
 } // namespace MGImport8

@@ -11,6 +11,9 @@
 
 #include <QPointer>
 #include <QStringList>
+#include <QVarLengthArray>
+
+#include <algorithm>
 
 #include <cstring>
 #include <exception>
@@ -51,6 +54,16 @@ QString ImportRun::countsText() const
            % QString::number(m_skipped) % u" rows"_s;
 }
 
+void ImportRun::setProgress(int progress)
+{
+    // The bar is set every few rows; the view hears of it only when the figure moves, so a long
+    // import repaints about a hundred times instead of once per step.
+    if (progress == m_state.progress)
+        return;
+    m_state.progress = progress;
+    m_notify();
+}
+
 ImportRun::Outcome ImportRun::run()
 {
     m_imported = 0;
@@ -59,9 +72,19 @@ ImportRun::Outcome ImportRun::run()
     m_notify();
 
     // The mapping row names each source column's target; read once, not once per row.
-    QStringList targets;
-    for (int column = GridRules::firstSourceColumn(m_grid); column < m_grid.columnCount(); ++column)
-        targets.append(m_grid.rowCount() > 0 ? m_grid.text(0, column) : QString());
+    QList<ColumnPlan> plan;
+    qsizetype created = 0;
+    for (int column = GridRules::firstSourceColumn(m_grid); column < m_grid.columnCount();
+         ++column) {
+        ColumnPlan step;
+        step.target = m_grid.rowCount() > 0 ? m_grid.text(0, column) : QString();
+        const auto same = std::find_if(plan.cbegin(), plan.cend(), [&](const ColumnPlan &earlier) {
+            return earlier.creates && earlier.target.compare(step.target, Qt::CaseInsensitive) == 0;
+        });
+        step.creates = same == plan.cend();
+        step.position = step.creates ? created++ : same->position;
+        plan.append(step);
+    }
 
     const qsizetype rows = m_grid.rowCount();
     for (qsizetype row = 0; row < rows; ++row) {
@@ -69,16 +92,14 @@ ImportRun::Outcome ImportRun::run()
             return Outcome::Cancelled;
         // Row 0 is the mapping row: it has no check and is never imported.
         if (row > 0 && m_grid.checkState(row, 0) == CheckState::Checked) {
-            const RowResult result = handRow(row, targets);
+            const RowResult result = handRow(row, plan);
             if (result == RowResult::Cancelled)
                 return Outcome::Cancelled;
             if (result == RowResult::HostFailed)
                 return Outcome::HostFailed;
         }
-        if (row % ProgressStep == 0) {
-            m_state.progress = int(double(row) / double(rows) * ProgressMaximum);
-            m_notify();
-        }
+        if (row % ProgressStep == 0)
+            setProgress(int(double(row) / double(rows) * ProgressMaximum));
         m_view.yield();
     }
 
@@ -88,18 +109,24 @@ ImportRun::Outcome ImportRun::run()
     return Outcome::Completed;
 }
 
-ImportRun::RowResult ImportRun::handRow(qsizetype row, const QStringList &targets)
+ImportRun::RowResult ImportRun::handRow(qsizetype row, const QList<ColumnPlan> &plan)
 {
     // The host gets the row for the length of its handler; the guard tells whether it deleted it.
     QPointer<ImportRow> lent = new ImportRow;
     std::unique_ptr<ImportRow> owned(lent.data());
     const int first = GridRules::firstSourceColumn(m_grid);
-    for (int i = 0; i < targets.size(); ++i) {
+    // The row's columns as they are created, so a repeated target finds its column by place.
+    QVarLengthArray<ImportColumn *, 32> columns;
+    for (qsizetype i = 0; i < plan.size(); ++i) {
         if (m_cancelled)
             return RowResult::Cancelled;
-        LibraryAccess::AddColumn(*owned, targets.at(i), m_grid.text(row, first + i));
+        const ColumnPlan &step = plan.at(i);
+        QVariant data(m_grid.text(row, first + int(i)));
+        if (step.creates)
+            columns.append(LibraryAccess::AppendColumn(*owned, step.target, data));
+        else
+            columns.at(step.position)->setData(data);
     }
-
     QString status;
     bool skip = false;
     QString failure;

@@ -43,7 +43,17 @@ public:
 
 private:
     enum class RowResult { Handed, Cancelled, HostFailed };
-    RowResult handRow(qsizetype row, const QStringList &targets);
+    /// Where each source column's value lands in a new row: adding a name twice overwrites the
+    /// first column of that name (names compare without regard to case), so the outcome of the
+    /// row's add operation is worked out once from the mapping row instead of once per row.
+    struct ColumnPlan
+    {
+        QString target;
+        qsizetype position = 0; ///< the column's place in the row
+        bool creates = false;   ///< the first source column with this target name
+    };
+    RowResult handRow(qsizetype row, const QList<ColumnPlan> &plan);
+    void setProgress(int progress);
     void reportHostFailure(qsizetype row, const QString &problem);
     QString countsText() const;
 

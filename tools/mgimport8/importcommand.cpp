@@ -1,5 +1,6 @@
 #include "importcommand.h"
 
+#include "jsonlines.h"
 #include "output.h"
 #include "serveroptions.h"
 
@@ -427,9 +428,12 @@ int runImport(const QStringList &arguments)
     const ImportOption *overwriteOption = engine.ImportOptions()->Item(u"Overwrite"_s);
     const bool overwrite = !overwriteOption || overwriteOption->Value();
 
+    // Rows go straight to standard output as UTF-8; the text stream would convert every row twice.
+    out().flush();
+    JsonLinesOutput rowsOut(stdout);
     QObject::connect(&engine, &Engine::NewRow, [&](ImportRow *row, QString &status, bool &skip) {
         if (!intoStore) {
-            out() << rowToJson(*row) << '\n';
+            rowsOut.write(*row);
             return;
         }
         const NodeInventory::NodeStore::Applied applied = store.apply(*row, options.ipColumn,
@@ -468,6 +472,10 @@ int runImport(const QStringList &arguments)
         // The import panel was reached but the run did not complete (a host handler failed).
         if (intoStore)
             store.rollback();
+        return InputUnreadable;
+    }
+    if (!intoStore && !rowsOut.finish()) {
+        err() << "mgimport8 import: the rows could not be written to standard output\n";
         return InputUnreadable;
     }
     if (intoStore && !store.commit()) {
