@@ -98,12 +98,11 @@ ImportColumn *LibraryAccess::AddColumn(ImportRow &row, const QString &column, co
     return row.Add(column, data);
 }
 
-ImportColumn *LibraryAccess::AppendColumn(ImportRow &row, const QString &column,
-                                          const QVariant &data)
+ImportColumn *LibraryAccess::AppendColumn(ImportRow &row, const QString &column, QVariant data)
 {
     auto *created = new ImportColumn(&row);
     created->d->column = column;
-    created->d->data = data;
+    created->d->data = std::move(data);
     row.d->columns.append(created);
     return created;
 }

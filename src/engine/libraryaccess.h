@@ -24,7 +24,7 @@ public:
     static ImportColumn *AddColumn(ImportRow &row, const QString &column, const QVariant &data);
     /// `AddColumn` for a caller that knows the row holds no column of this name yet: appends
     /// without looking the name up.
-    static ImportColumn *AppendColumn(ImportRow &row, const QString &column, const QVariant &data);
+    static ImportColumn *AppendColumn(ImportRow &row, const QString &column, QVariant data);
 };
 
 } // namespace MGImport8

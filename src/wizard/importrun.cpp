@@ -77,6 +77,7 @@ ImportRun::Outcome ImportRun::run()
     for (int column = GridRules::firstSourceColumn(m_grid); column < m_grid.columnCount();
          ++column) {
         ColumnPlan step;
+        step.source = column;
         step.target = m_grid.rowCount() > 0 ? m_grid.text(0, column) : QString();
         const auto same = std::find_if(plan.cbegin(), plan.cend(), [&](const ColumnPlan &earlier) {
             return earlier.creates && earlier.target.compare(step.target, Qt::CaseInsensitive) == 0;
@@ -114,16 +115,15 @@ ImportRun::RowResult ImportRun::handRow(qsizetype row, const QList<ColumnPlan> &
     // The host gets the row for the length of its handler; the guard tells whether it deleted it.
     QPointer<ImportRow> lent = new ImportRow;
     std::unique_ptr<ImportRow> owned(lent.data());
-    const int first = GridRules::firstSourceColumn(m_grid);
     // The row's columns as they are created, so a repeated target finds its column by place.
     QVarLengthArray<ImportColumn *, 32> columns;
     for (qsizetype i = 0; i < plan.size(); ++i) {
         if (m_cancelled)
             return RowResult::Cancelled;
         const ColumnPlan &step = plan.at(i);
-        QVariant data(m_grid.text(row, first + int(i)));
+        QVariant data(m_grid.text(row, step.source));
         if (step.creates)
-            columns.append(LibraryAccess::AppendColumn(*owned, step.target, data));
+            columns.append(LibraryAccess::AppendColumn(*owned, step.target, std::move(data)));
         else
             columns.at(step.position)->setData(data);
     }

@@ -49,6 +49,7 @@ private:
     struct ColumnPlan
     {
         QString target;
+        int source = 0;         ///< the grid column read
         qsizetype position = 0; ///< the column's place in the row
         bool creates = false;   ///< the first source column with this target name
     };
