@@ -11,7 +11,6 @@
 
 #include <QPointer>
 #include <QStringList>
-#include <QVarLengthArray>
 
 #include <algorithm>
 
@@ -71,20 +70,20 @@ ImportRun::Outcome ImportRun::run()
     m_state.importStatus.clear();
     m_notify();
 
-    // The mapping row names each source column's target; read once, not once per row.
+    // The mapping row names each source column's target; read once, not once per row. Adding a
+    // name again overwrites the first column of that name, so a row gets one column per distinct
+    // target, in the order of first appearance, holding the last source column's value.
     QList<ColumnPlan> plan;
-    qsizetype created = 0;
     for (int column = GridRules::firstSourceColumn(m_grid); column < m_grid.columnCount();
          ++column) {
-        ColumnPlan step;
-        step.source = column;
-        step.target = m_grid.rowCount() > 0 ? m_grid.text(0, column) : QString();
-        const auto same = std::find_if(plan.cbegin(), plan.cend(), [&](const ColumnPlan &earlier) {
-            return earlier.creates && earlier.target.compare(step.target, Qt::CaseInsensitive) == 0;
+        const QString target = m_grid.rowCount() > 0 ? m_grid.text(0, column) : QString();
+        const auto same = std::find_if(plan.begin(), plan.end(), [&](const ColumnPlan &earlier) {
+            return earlier.target.compare(target, Qt::CaseInsensitive) == 0;
         });
-        step.creates = same == plan.cend();
-        step.position = step.creates ? created++ : same->position;
-        plan.append(step);
+        if (same == plan.end())
+            plan.append({target, column});
+        else
+            same->source = column;
     }
 
     const qsizetype rows = m_grid.rowCount();
@@ -115,17 +114,10 @@ ImportRun::RowResult ImportRun::handRow(qsizetype row, const QList<ColumnPlan> &
     // The host gets the row for the length of its handler; the guard tells whether it deleted it.
     QPointer<ImportRow> lent = new ImportRow;
     std::unique_ptr<ImportRow> owned(lent.data());
-    // The row's columns as they are created, so a repeated target finds its column by place.
-    QVarLengthArray<ImportColumn *, 32> columns;
-    for (qsizetype i = 0; i < plan.size(); ++i) {
+    for (const ColumnPlan &step : plan) {
         if (m_cancelled)
             return RowResult::Cancelled;
-        const ColumnPlan &step = plan.at(i);
-        QVariant data(m_grid.text(row, step.source));
-        if (step.creates)
-            columns.append(LibraryAccess::AppendColumn(*owned, step.target, std::move(data)));
-        else
-            columns.at(step.position)->setData(data);
+        LibraryAccess::AppendColumn(*owned, step.target, QVariant(m_grid.text(row, step.source)));
     }
     QString status;
     bool skip = false;

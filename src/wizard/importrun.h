@@ -43,15 +43,12 @@ public:
 
 private:
     enum class RowResult { Handed, Cancelled, HostFailed };
-    /// Where each source column's value lands in a new row: adding a name twice overwrites the
-    /// first column of that name (names compare without regard to case), so the outcome of the
-    /// row's add operation is worked out once from the mapping row instead of once per row.
+    /// One column of every imported row: its target name as first spelt in the mapping row, and
+    /// the source column whose cell gives its value (the last one mapped to that name).
     struct ColumnPlan
     {
         QString target;
-        int source = 0;         ///< the grid column read
-        qsizetype position = 0; ///< the column's place in the row
-        bool creates = false;   ///< the first source column with this target name
+        int source = 0;
     };
     RowResult handRow(qsizetype row, const QList<ColumnPlan> &plan);
     void setProgress(int progress);
