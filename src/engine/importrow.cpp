@@ -107,4 +107,14 @@ ImportColumn *LibraryAccess::AppendColumn(ImportRow &row, const QString &column,
     return created;
 }
 
+const QString &LibraryAccess::NameOf(const ImportColumn &column)
+{
+    return column.d->column;
+}
+
+const QVariant &LibraryAccess::DataOf(const ImportColumn &column)
+{
+    return column.d->data;
+}
+
 } // namespace MGImport8

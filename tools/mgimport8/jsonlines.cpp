@@ -1,5 +1,7 @@
 #include "jsonlines.h"
 
+#include "engine/libraryaccess.h"
+
 #include <MGImport8/importrow.h>
 
 #include <QVariant>
@@ -17,15 +19,15 @@ char hexDigit(unsigned value)
     return char(value < 10 ? '0' + value : 'a' + value - 10);
 }
 
-void appendUnicodeEscape(QByteArray &out, char16_t unit)
+char *writeUnicodeEscape(char *cursor, char16_t unit)
 {
-    const char escape[] = {'\\',
-                           'u',
-                           hexDigit((unit >> 12) & 0xf),
-                           hexDigit((unit >> 8) & 0xf),
-                           hexDigit((unit >> 4) & 0xf),
-                           hexDigit(unit & 0xf)};
-    out.append(escape, sizeof escape);
+    *cursor++ = '\\';
+    *cursor++ = 'u';
+    *cursor++ = hexDigit((unit >> 12) & 0xf);
+    *cursor++ = hexDigit((unit >> 8) & 0xf);
+    *cursor++ = hexDigit((unit >> 4) & 0xf);
+    *cursor++ = hexDigit(unit & 0xf);
+    return cursor;
 }
 
 bool isHighSurrogate(char16_t unit)
@@ -38,75 +40,74 @@ bool isLowSurrogate(char16_t unit)
     return unit >= 0xdc00 && unit < 0xe000;
 }
 
+// The most one UTF-16 unit can take written out: a \uXXXX escape.
+constexpr qsizetype MaxBytesPerUnit = 6;
+
 } // namespace
 
 void appendJsonString(QByteArray &out, QStringView text)
 {
-    out.append('"');
+    // Room for the worst case first, then one pass with a plain pointer; the array is cut back to
+    // what was written at the end.
+    const qsizetype start = out.size();
+    out.resize(start + 2 + MaxBytesPerUnit * text.size());
+    char *cursor = out.data() + start;
+    *cursor++ = '"';
     const char16_t *unit = text.utf16();
     const char16_t *const end = unit + text.size();
     while (unit != end) {
-        // Plain ASCII runs are copied in one append.
-        const char16_t *run = unit;
-        while (run != end && *run >= 0x20 && *run < 0x80 && *run != u'"' && *run != u'\\')
-            ++run;
-        if (run != unit) {
-            const qsizetype length = run - unit;
-            const qsizetype at = out.size();
-            out.resize(at + length);
-            char *target = out.data() + at;
-            for (qsizetype i = 0; i < length; ++i)
-                target[i] = char(unit[i]);
-            unit = run;
-            continue;
-        }
         const char16_t c = *unit++;
-        if (c < 0x80) {
+        if (c >= 0x20 && c < 0x80 && c != u'"' && c != u'\\') {
+            *cursor++ = char(c);
+        } else if (c < 0x80) {
+            *cursor++ = '\\';
             switch (c) {
             case u'"':
-                out.append("\\\"", 2);
+                *cursor++ = '"';
                 break;
             case u'\\':
-                out.append("\\\\", 2);
+                *cursor++ = '\\';
                 break;
             case u'\b':
-                out.append("\\b", 2);
+                *cursor++ = 'b';
                 break;
             case u'\f':
-                out.append("\\f", 2);
+                *cursor++ = 'f';
                 break;
             case u'\n':
-                out.append("\\n", 2);
+                *cursor++ = 'n';
                 break;
             case u'\r':
-                out.append("\\r", 2);
+                *cursor++ = 'r';
                 break;
             case u'\t':
-                out.append("\\t", 2);
+                *cursor++ = 't';
                 break;
             default:
-                appendUnicodeEscape(out, c);
+                cursor = writeUnicodeEscape(cursor - 1, c);
                 break;
             }
         } else if (c < 0x800) {
-            const char bytes[] = {char(0xc0 | (c >> 6)), char(0x80 | (c & 0x3f))};
-            out.append(bytes, sizeof bytes);
+            *cursor++ = char(0xc0 | (c >> 6));
+            *cursor++ = char(0x80 | (c & 0x3f));
         } else if (isHighSurrogate(c) && unit != end && isLowSurrogate(*unit)) {
             const char32_t point = 0x10000 + ((char32_t(c) - 0xd800) << 10)
                                    + (char32_t(*unit++) - 0xdc00);
-            const char bytes[] = {char(0xf0 | (point >> 18)), char(0x80 | ((point >> 12) & 0x3f)),
-                                  char(0x80 | ((point >> 6) & 0x3f)), char(0x80 | (point & 0x3f))};
-            out.append(bytes, sizeof bytes);
+            *cursor++ = char(0xf0 | (point >> 18));
+            *cursor++ = char(0x80 | ((point >> 12) & 0x3f));
+            *cursor++ = char(0x80 | ((point >> 6) & 0x3f));
+            *cursor++ = char(0x80 | (point & 0x3f));
         } else if (isHighSurrogate(c) || isLowSurrogate(c)) {
             // A surrogate without its partner has no UTF-8 form; JSON can still carry it.
-            appendUnicodeEscape(out, c);
+            cursor = writeUnicodeEscape(cursor, c);
         } else {
-            const char bytes[] = {char(0xe0 | (c >> 12)), char(0x80 | ((c >> 6) & 0x3f)),
-                                  char(0x80 | (c & 0x3f))};
-            out.append(bytes, sizeof bytes);
+            *cursor++ = char(0xe0 | (c >> 12));
+            *cursor++ = char(0x80 | ((c >> 6) & 0x3f));
+            *cursor++ = char(0x80 | (c & 0x3f));
         }
     }
-    out.append('"');
+    *cursor++ = '"';
+    out.resize(cursor - out.constData());
 }
 
 void appendJsonRow(QByteArray &out, const ImportRow &row)
@@ -117,9 +118,9 @@ void appendJsonRow(QByteArray &out, const ImportRow &row)
         if (!first)
             out.append(", ", 2);
         first = false;
-        appendJsonString(out, column->Column());
+        appendJsonString(out, LibraryAccess::NameOf(*column));
         out.append(": ", 2);
-        const QVariant data = column->Data();
+        const QVariant &data = LibraryAccess::DataOf(*column);
         // The wizard stores text; a host may have put any other value there.
         if (data.typeId() == QMetaType::QString)
             appendJsonString(out, *static_cast<const QString *>(data.constData()));
