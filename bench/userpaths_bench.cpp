@@ -297,7 +297,7 @@ struct WindowRun
     std::int64_t peakBytes = -1;
 };
 
-WindowRun runWindow(const QString &path, bool cancelHalfway)
+WindowRun runWindow(const QString &path, bool cancelHalfway, bool statusPerRow = false)
 {
     Engine engine;
     engine.setColumns(QString::fromLatin1(Columns));
@@ -311,7 +311,10 @@ WindowRun runWindow(const QString &path, bool cancelHalfway)
     WindowUser user(path, cancelHalfway);
     qint64 firstRowNs = -1;
     qint64 endNs = -1;
-    QObject::connect(&engine, &Engine::NewRow, [&](ImportRow *, QString &, bool &) {
+    QObject::connect(&engine, &Engine::NewRow, [&](ImportRow *row, QString &status, bool &) {
+        // A host like the demo host reports on every row, each text different.
+        if (statusPerRow)
+            status = u"Added "_s + row->Item(u"IP"_s)->Data().toString();
         if (firstRowNs < 0) {
             firstRowNs = user.now();
             user.importing = true;
@@ -363,6 +366,23 @@ void BM_WizardWindow(benchmark::State &state)
     state.counters["peak_x_file"] = double(window.peakBytes) / size;
 }
 
+// The same walk with a host that sets a status text on every row.
+void BM_WizardWindowStatus(benchmark::State &state)
+{
+    ::setenv("MGIMPORT8_METHODS_PATH", MGIMPORT8_METHOD_FILES_DIR, 1);
+    const QString path = Bench::deviceFile(state.range(0));
+    WindowRun window;
+    for (auto _ : state) {
+        window = runWindow(path, false, true);
+        if (window.rows != state.range(0) - 1)
+            state.SkipWithError("the import did not deliver every row");
+        state.SetIterationTime(window.importSeconds);
+    }
+    state.counters["import_s"] = window.importSeconds;
+    state.counters["longest_gap_ms"] = window.longestGapMs;
+    state.counters["longest_gap_cpu_ms"] = window.longestGapCpuMs;
+}
+
 void BM_WizardWindowCancel(benchmark::State &state)
 {
     ::setenv("MGIMPORT8_METHODS_PATH", MGIMPORT8_METHOD_FILES_DIR, 1);
@@ -391,6 +411,12 @@ BENCHMARK(BM_WizardWindow)
     ->ArgName("lines")
     ->Arg(1'000'000)
     ->Arg(10'000'000)
+    ->Unit(benchmark::kMillisecond)
+    ->UseManualTime()
+    ->Iterations(1);
+BENCHMARK(BM_WizardWindowStatus)
+    ->ArgName("lines")
+    ->Arg(1'000'000)
     ->Unit(benchmark::kMillisecond)
     ->UseManualTime()
     ->Iterations(1);

@@ -53,6 +53,21 @@ QString ImportRun::countsText() const
            % QString::number(m_skipped) % u" rows"_s;
 }
 
+void ImportRun::notifyView()
+{
+    m_notify();
+    m_statusPending = false;
+    m_sinceNotify.start();
+}
+
+ImportRun::Outcome ImportRun::cancelled()
+{
+    // The view keeps the status of the last row handed over.
+    if (m_statusPending)
+        notifyView();
+    return Outcome::Cancelled;
+}
+
 void ImportRun::setProgress(int progress)
 {
     // The bar is set every few rows; the view hears of it only when the figure moves, so a long
@@ -60,7 +75,7 @@ void ImportRun::setProgress(int progress)
     if (progress == m_state.progress)
         return;
     m_state.progress = progress;
-    m_notify();
+    notifyView();
 }
 
 ImportRun::Outcome ImportRun::run()
@@ -68,7 +83,7 @@ ImportRun::Outcome ImportRun::run()
     m_imported = 0;
     m_skipped = 0;
     m_state.importStatus.clear();
-    m_notify();
+    notifyView();
 
     // The mapping row names each source column's target; read once, not once per row. Adding a
     // name again overwrites the first column of that name, so a row gets one column per distinct
@@ -89,12 +104,12 @@ ImportRun::Outcome ImportRun::run()
     const qsizetype rows = m_grid.rowCount();
     for (qsizetype row = 0; row < rows; ++row) {
         if (m_cancelled)
-            return Outcome::Cancelled;
+            return cancelled();
         // Row 0 is the mapping row: it has no check and is never imported.
         if (row > 0 && m_grid.checkState(row, 0) == CheckState::Checked) {
             const RowResult result = handRow(row, plan);
             if (result == RowResult::Cancelled)
-                return Outcome::Cancelled;
+                return cancelled();
             if (result == RowResult::HostFailed)
                 return Outcome::HostFailed;
         }
@@ -105,7 +120,7 @@ ImportRun::Outcome ImportRun::run()
 
     m_state.importStatus = u"Import Complete"_s % crlf % countsText();
     m_state.progress = ProgressMaximum;
-    m_notify();
+    notifyView();
     return Outcome::Completed;
 }
 
@@ -146,15 +161,19 @@ ImportRun::RowResult ImportRun::handRow(qsizetype row, const QList<ColumnPlan> &
         ++m_imported;
     if (status != m_state.importStatus) {
         m_state.importStatus = status;
-        m_notify();
+        m_statusPending = true;
     }
+    // A host that reports on every row would otherwise refresh the view once per row; the label
+    // is only painted when the run yields, so a few dozen refreshes a second show the same.
+    if (m_statusPending && m_sinceNotify.elapsed() >= StatusRefreshMs)
+        notifyView();
     return RowResult::Handed;
 }
 
 void ImportRun::reportHostFailure(qsizetype row, const QString &problem)
 {
     m_state.importStatus = countsText();
-    m_notify();
+    notifyView();
     m_view.showMessage(u"The import stopped at row "_s % QString::number(row)
                            % u": the host could not take the row."_s % crlf % crlf % problem,
                        MessageIcon::Critical, {});
