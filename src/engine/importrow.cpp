@@ -98,4 +98,23 @@ ImportColumn *LibraryAccess::AddColumn(ImportRow &row, const QString &column, co
     return row.Add(column, data);
 }
 
+ImportColumn *LibraryAccess::AppendColumn(ImportRow &row, const QString &column, QVariant data)
+{
+    auto *created = new ImportColumn(&row);
+    created->d->column = column;
+    created->d->data = std::move(data);
+    row.d->columns.append(created);
+    return created;
+}
+
+const QString &LibraryAccess::NameOf(const ImportColumn &column)
+{
+    return column.d->column;
+}
+
+const QVariant &LibraryAccess::DataOf(const ImportColumn &column)
+{
+    return column.d->data;
+}
+
 } // namespace MGImport8

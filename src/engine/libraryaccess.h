@@ -22,6 +22,12 @@ public:
 
     // ImportRow
     static ImportColumn *AddColumn(ImportRow &row, const QString &column, const QVariant &data);
+    /// `AddColumn` for a caller that knows the row holds no column of this name yet: appends
+    /// without looking the name up.
+    static ImportColumn *AppendColumn(ImportRow &row, const QString &column, QVariant data);
+    /// A column's name and value without copies, for writers that read every value of every row.
+    static const QString &NameOf(const ImportColumn &column);
+    static const QVariant &DataOf(const ImportColumn &column);
 };
 
 } // namespace MGImport8

@@ -12,6 +12,8 @@
 #include <QPointer>
 #include <QStringList>
 
+#include <algorithm>
+
 #include <cstring>
 #include <exception>
 #include <memory>
@@ -51,57 +53,89 @@ QString ImportRun::countsText() const
            % QString::number(m_skipped) % u" rows"_s;
 }
 
+void ImportRun::notifyView()
+{
+    m_notify();
+    m_statusPending = false;
+    m_sinceNotify.start();
+}
+
+ImportRun::Outcome ImportRun::cancelled()
+{
+    // The view keeps the status of the last row handed over.
+    if (m_statusPending)
+        notifyView();
+    return Outcome::Cancelled;
+}
+
+void ImportRun::setProgress(int progress)
+{
+    // The bar is set every few rows; the view hears of it only when the figure moves, so a long
+    // import repaints about a hundred times instead of once per step.
+    if (progress == m_state.progress)
+        return;
+    m_state.progress = progress;
+    notifyView();
+}
+
 ImportRun::Outcome ImportRun::run()
 {
     m_imported = 0;
     m_skipped = 0;
     m_state.importStatus.clear();
     m_state.skippedRows.clear();
-    m_notify();
+    notifyView();
 
-    // The mapping row names each source column's target; read once, not once per row.
-    QStringList targets;
-    for (int column = GridRules::firstSourceColumn(m_grid); column < m_grid.columnCount(); ++column)
-        targets.append(m_grid.rowCount() > 0 ? m_grid.text(0, column) : QString());
+    // The mapping row names each source column's target; read once, not once per row. Adding a
+    // name again overwrites the first column of that name, so a row gets one column per distinct
+    // target, in the order of first appearance, holding the last source column's value.
+    QList<ColumnPlan> plan;
+    for (int column = GridRules::firstSourceColumn(m_grid); column < m_grid.columnCount();
+         ++column) {
+        const QString target = m_grid.rowCount() > 0 ? m_grid.text(0, column) : QString();
+        const auto same = std::find_if(plan.begin(), plan.end(), [&](const ColumnPlan &earlier) {
+            return earlier.target.compare(target, Qt::CaseInsensitive) == 0;
+        });
+        if (same == plan.end())
+            plan.append({target, column});
+        else
+            same->source = column;
+    }
 
     const qsizetype rows = m_grid.rowCount();
     for (qsizetype row = 0; row < rows; ++row) {
         if (m_cancelled)
-            return Outcome::Cancelled;
+            return cancelled();
         // Row 0 is the mapping row: it has no check and is never imported. A hidden row is
         // passed over, checked or not, so that a row filter only has to hide rows.
         if (row > 0 && m_grid.checkState(row, 0) == CheckState::Checked && !m_grid.rowHidden(row)) {
-            const RowResult result = handRow(row, targets);
+            const RowResult result = handRow(row, plan);
             if (result == RowResult::Cancelled)
-                return Outcome::Cancelled;
+                return cancelled();
             if (result == RowResult::HostFailed)
                 return Outcome::HostFailed;
         }
-        if (row % ProgressStep == 0) {
-            m_state.progress = int(double(row) / double(rows) * ProgressMaximum);
-            m_notify();
-        }
+        if (row % ProgressStep == 0)
+            setProgress(int(double(row) / double(rows) * ProgressMaximum));
         m_view.yield();
     }
 
     m_state.importStatus = u"Import Complete"_s % crlf % countsText();
     m_state.progress = ProgressMaximum;
-    m_notify();
+    notifyView();
     return Outcome::Completed;
 }
 
-ImportRun::RowResult ImportRun::handRow(qsizetype row, const QStringList &targets)
+ImportRun::RowResult ImportRun::handRow(qsizetype row, const QList<ColumnPlan> &plan)
 {
     // The host gets the row for the length of its handler; the guard tells whether it deleted it.
     QPointer<ImportRow> lent = new ImportRow;
     std::unique_ptr<ImportRow> owned(lent.data());
-    const int first = GridRules::firstSourceColumn(m_grid);
-    for (int i = 0; i < targets.size(); ++i) {
+    for (const ColumnPlan &step : plan) {
         if (m_cancelled)
             return RowResult::Cancelled;
-        LibraryAccess::AddColumn(*owned, targets.at(i), m_grid.text(row, first + i));
+        LibraryAccess::AppendColumn(*owned, step.target, QVariant(m_grid.text(row, step.source)));
     }
-
     QString status;
     bool skip = false;
     QString failure;
@@ -134,15 +168,19 @@ ImportRun::RowResult ImportRun::handRow(qsizetype row, const QStringList &target
     }
     if (status != m_state.importStatus) {
         m_state.importStatus = status;
-        m_notify();
+        m_statusPending = true;
     }
+    // A host that reports on every row would otherwise refresh the view once per row; the label
+    // is only painted when the run yields, so a few dozen refreshes a second show the same.
+    if (m_statusPending && m_sinceNotify.elapsed() >= StatusRefreshMs)
+        notifyView();
     return RowResult::Handed;
 }
 
 void ImportRun::reportHostFailure(qsizetype row, const QString &problem)
 {
     m_state.importStatus = countsText();
-    m_notify();
+    notifyView();
     m_view.showMessage(u"The import stopped at row "_s % QString::number(row)
                            % u": the host could not take the row."_s % crlf % crlf % problem,
                        MessageIcon::Critical, {});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QString>
 
 #include <functional>
@@ -26,6 +27,8 @@ public:
     /// Progress is shown at every row whose number is a multiple of this.
     static constexpr int ProgressStep = 10;
     static constexpr int ProgressMaximum = 100;
+    /// A host's status text reaches the view at most this often (and always at the end).
+    static constexpr qint64 StatusRefreshMs = 10;
 
     enum class Outcome { Completed, Cancelled, HostFailed };
 
@@ -43,7 +46,17 @@ public:
 
 private:
     enum class RowResult { Handed, Cancelled, HostFailed };
-    RowResult handRow(qsizetype row, const QStringList &targets);
+    /// One column of every imported row: its target name as first spelt in the mapping row, and
+    /// the source column whose cell gives its value (the last one mapped to that name).
+    struct ColumnPlan
+    {
+        QString target;
+        int source = 0;
+    };
+    RowResult handRow(qsizetype row, const QList<ColumnPlan> &plan);
+    void setProgress(int progress);
+    void notifyView();
+    Outcome cancelled();
     void reportHostFailure(qsizetype row, const QString &problem);
     QString countsText() const;
 
@@ -53,6 +66,8 @@ private:
     WizardState &m_state;
     const bool &m_cancelled;
     std::function<void()> m_notify;
+    QElapsedTimer m_sinceNotify;
+    bool m_statusPending = false;
     int m_imported = 0;
     int m_skipped = 0;
 };

@@ -1,13 +1,15 @@
 // Row selection and the import: the automatic selection by address columns, clicks, the space key
 // and the buttons only in selection mode, the empty-selection check, the options panel (values
 // written at the click, passing itself on without options), the rows handed to the host with their
-// columns from the mapping row, counts and summary, progress points, Cancel stopping the run at
-// once, hidden rows left out, and hosts that throw, delete their row or write odd skip flags.
+// columns from the mapping row (repeated targets in any case), rows never reused once the host
+// has had them, counts and summary, progress points, Cancel stopping the run at once, hidden rows
+// left out, and hosts that throw, delete their row or write odd skip flags.
 #include "wizardfixture.h"
 
 #include <MGImport8/importoptions.h>
 
 #include <QMetaObject>
+#include <QPointer>
 
 #include <cstring>
 #include <stdexcept>
@@ -181,6 +183,60 @@ TEST_F(Import, HiddenRowsAreNeitherImportedNorSkipped)
     EXPECT_EQ(addresses, (QStringList{u"IP=10.0.1.1"_s, u"IP=10.0.3.1"_s, u"IP=10.0.4.1"_s}));
     EXPECT_EQ(wizard->state().importStatus,
               u"Import Complete\r\nImported 3 rows\r\nSkipped 0 rows"_s);
+}
+
+TEST_F(Import, RepeatedTargetsInAnyCaseKeepTheFirstColumnAndTakeTheLastValue)
+{
+    // The row is laid out once per run from the mapping row; it must come out as adding every
+    // cell in turn would: the first spelling names the column, the last cell gives its value.
+    struct Case
+    {
+        const char *name;
+        QStringList mapping; // targets of source columns 0 to 3
+        QList<SeenRow> expected;
+    };
+    const QList<Case> cases = {
+        {"first_spelling_kept",
+         {u"Name"_s, u"IP"_s, u"name"_s, u"<ignore>"_s},
+         {{u"Name=c"_s, u"IP=10.0.0.1"_s, u"<ignore>=d"_s}}},
+        {"ignore_between_repeats",
+         {u"<ignore>"_s, u"IP"_s, u"NAME"_s, u"Name"_s},
+         {{u"<ignore>=a"_s, u"IP=10.0.0.1"_s, u"NAME=d"_s}}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        rows.clear();
+        engine.setColumns(u"Name,IP,name,NAME"_s);
+        restart();
+        openTextToMapping("a,10.0.0.1,c,d");
+        for (int column = 0; column < c.mapping.size(); ++column)
+            wizard->afterEdit(0, column, c.mapping.at(column));
+        wizard->next();
+        wizard->next();
+        ASSERT_EQ(panel(), Panel::ImportPanel);
+        EXPECT_EQ(rows, c.expected);
+    }
+}
+
+TEST_F(Import, AHostKeepingARowPastItsHandlerFindsItGoneNotReused)
+{
+    // Rows are lent for the length of the handler. A host that keeps a guarded pointer must see
+    // the row and its columns released, never a recycled object showing the next row's values.
+    QList<QPointer<ImportRow>> keptRows;
+    QList<QPointer<ImportColumn>> keptColumns;
+    onRow = [&](ImportRow *row, QString &, bool &) {
+        for (const QPointer<ImportRow> &earlier : keptRows)
+            EXPECT_TRUE(earlier.isNull() || earlier.data() != row);
+        keptRows.append(row);
+        keptColumns.append(row->Item(1));
+    };
+    openTextToSelection(nodes(3));
+    wizard->next();
+    ASSERT_EQ(rows.size(), 3);
+    for (const QPointer<ImportRow> &row : keptRows)
+        EXPECT_TRUE(row.isNull());
+    for (const QPointer<ImportColumn> &column : keptColumns)
+        EXPECT_TRUE(column.isNull());
 }
 
 TEST_F(Import, ProgressIsShownEveryTenRowsOfTheGrid)

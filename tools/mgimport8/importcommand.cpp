@@ -1,5 +1,6 @@
 #include "importcommand.h"
 
+#include "jsonlines.h"
 #include "output.h"
 #include "serveroptions.h"
 
@@ -299,29 +300,32 @@ void applyDelimiters(WizardController &wizard, const QString &delimiters)
     wizard.setDelimiters(checked, other);
 }
 
-// The source column a --map names: its 1-based number, or the text of its header cell (the
-// "HEADER:" row when there is one, else the first data row).
-int sourceColumn(const ImportGrid &grid, const QString &source)
+// The row whose cells name the source columns for --map: the "HEADER:" row when there is one,
+// else the first data row; -1 when the grid has no data row.
+qsizetype headerRow(const ImportGrid &grid)
+{
+    for (qsizetype row = 1; row < grid.rowCount(); ++row) {
+        if (grid.text(row, 0).contains(u"HEADER:"_s, Qt::CaseInsensitive)
+            || grid.rowTag(row) == "FieldHeader"_L1)
+            return row;
+    }
+    return grid.rowCount() > 1 ? 1 : -1;
+}
+
+// The source column a --map names: its 1-based number, or the text of its header cell.
+int sourceColumn(const ImportGrid &grid, qsizetype header, const QString &source)
 {
     bool isNumber = false;
     const int number = source.toInt(&isNumber);
     if (isNumber)
         return number >= 1 && number <= grid.columnCount() ? number - 1 : -1;
-    qsizetype headerRow = grid.rowCount() > 1 ? 1 : -1;
-    for (qsizetype row = 1; row < grid.rowCount(); ++row) {
-        if (grid.text(row, 0).contains(u"HEADER:"_s, Qt::CaseInsensitive)
-            || grid.rowTag(row) == "FieldHeader"_L1) {
-            headerRow = row;
-            break;
-        }
-    }
-    if (headerRow < 0)
+    if (header < 0)
         return -1;
     for (int column = 0; column < grid.columnCount(); ++column) {
-        QString header = grid.text(headerRow, column).trimmed();
-        if (column == 0 && header.startsWith(u"HEADER:"_s, Qt::CaseInsensitive))
-            header = header.mid(7).trimmed();
-        if (header.compare(source, Qt::CaseInsensitive) == 0)
+        QString text = grid.text(header, column).trimmed();
+        if (column == 0 && text.startsWith(u"HEADER:"_s, Qt::CaseInsensitive))
+            text = text.mid(7).trimmed();
+        if (text.compare(source, Qt::CaseInsensitive) == 0)
             return column;
     }
     return -1;
@@ -341,8 +345,10 @@ void applyHeaderLine(WizardController &wizard, const Engine &engine)
 bool applyMaps(WizardController &wizard, const Engine &engine, const Options &options)
 {
     const QStringList targets = engine.Columns().split(u',', Qt::SkipEmptyParts);
+    // Looked for once: without a "HEADER:" row the search reads every row of the grid.
+    const qsizetype header = options.maps.isEmpty() ? -1 : headerRow(wizard.grid());
     for (const auto &[source, target] : options.maps) {
-        const int column = sourceColumn(wizard.grid(), source);
+        const int column = sourceColumn(wizard.grid(), header, source);
         if (column < 0) {
             err() << "mgimport8 import: --map: no source column '" << source << "'\n";
             return false;
@@ -464,9 +470,12 @@ int runImport(const QStringList &arguments)
     const ImportOption *overwriteOption = engine.ImportOptions()->Item(u"Overwrite"_s);
     const bool overwrite = !overwriteOption || overwriteOption->Value();
 
+    // Rows go straight to standard output as UTF-8; the text stream would convert every row twice.
+    out().flush();
+    JsonLinesOutput rowsOut(stdout);
     QObject::connect(&engine, &Engine::NewRow, [&](ImportRow *row, QString &status, bool &skip) {
         if (!intoStore) {
-            out() << rowToJson(*row) << '\n';
+            rowsOut.write(*row);
             return;
         }
         const NodeInventory::NodeStore::Applied applied = store.apply(*row, options.ipColumn,
@@ -505,6 +514,10 @@ int runImport(const QStringList &arguments)
         // The import panel was reached but the run did not complete (a host handler failed).
         if (intoStore)
             store.rollback();
+        return InputUnreadable;
+    }
+    if (!intoStore && !rowsOut.finish()) {
+        err() << "mgimport8 import: the rows could not be written to standard output\n";
         return InputUnreadable;
     }
     if (intoStore && !store.commit()) {
