@@ -19,10 +19,22 @@ namespace {
 
 const QString IgnoreColumn = u"<ignore>"_s;
 const QStringList KnownColumns = {u"Name"_s, u"Description"_s, u"Location"_s, u"Contact"_s};
+// The nodes table as this version lays it out: ip first, the primary key.
+const QStringList LayoutColumns = {u"ip"_s,       u"name"_s,    u"description"_s,
+                                   u"location"_s, u"contact"_s, u"extra"_s};
+constexpr int SqliteBusy = 5;
+constexpr int SqliteLocked = 6;
 
 QString errorText(const QSqlError &error)
 {
-    return error.text().trimmed();
+    const QString text = error.databaseText().trimmed();
+    return text.isEmpty() ? error.text().trimmed() : text;
+}
+
+bool isBusy(const QSqlError &error)
+{
+    const int code = error.nativeErrorCode().toInt() & 0xff;
+    return code == SqliteBusy || code == SqliteLocked;
 }
 
 } // namespace
@@ -33,6 +45,7 @@ NodeStore::NodeStore()
 
 NodeStore::~NodeStore()
 {
+    rollback();
     {
         QSqlDatabase db = QSqlDatabase::database(m_connection, false);
         if (db.isOpen())
@@ -47,6 +60,15 @@ QString NodeStore::defaultPath()
     return data + u"/MGImport8/NodeInventory/nodes.sqlite"_s;
 }
 
+bool NodeStore::exec(QSqlDatabase &db, const QString &statement)
+{
+    QSqlQuery query(db);
+    if (query.exec(statement))
+        return true;
+    m_lastError = errorText(query.lastError());
+    return false;
+}
+
 bool NodeStore::open(const QString &path)
 {
     if (!QSqlDatabase::isDriverAvailable(u"QSQLITE"_s)) {
@@ -54,24 +76,109 @@ bool NodeStore::open(const QString &path)
         return false;
     }
     const QFileInfo info(path);
+    if (info.exists() && !info.isFile()) {
+        m_lastError = u"%1 is not a node store: it is not a file."_s.arg(path);
+        return false;
+    }
     if (!QDir().mkpath(info.absolutePath())) {
         m_lastError = u"Cannot create the folder %1."_s.arg(info.absolutePath());
         return false;
     }
+    m_path = path;
     QSqlDatabase db = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_connection);
     db.setDatabaseName(path);
+    db.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=%1"_s.arg(m_busyTimeoutMs));
     if (!db.open()) {
         m_lastError = errorText(db.lastError());
         return false;
     }
-    QSqlQuery query(db);
-    if (!query.exec(u"CREATE TABLE IF NOT EXISTS nodes (ip TEXT PRIMARY KEY NOT NULL, name TEXT, "
-                    "description TEXT, location TEXT, contact TEXT, extra TEXT)"_s)) {
-        m_lastError = u"%1 is not a node store: %2"_s.arg(path, errorText(query.lastError()));
+    if (!checkLayout(db, path)) {
         db.close();
         return false;
     }
     return true;
+}
+
+// Everything here reads until the file is known to be an empty SQLite file, so that a file that
+// is not a node store is left exactly as it was.
+bool NodeStore::checkLayout(QSqlDatabase &db, const QString &path)
+{
+    QSqlQuery query(db);
+    if (!query.exec(u"PRAGMA application_id"_s) || !query.next()) {
+        m_lastError = u"%1 is not a node store: it is not an SQLite database (%2)."_s
+                          .arg(path, errorText(query.lastError()));
+        return false;
+    }
+    const int applicationId = query.value(0).toInt();
+    query.exec(u"PRAGMA user_version"_s);
+    const int version = query.next() ? query.value(0).toInt() : 0;
+    QStringList tables;
+    if (!query.exec(u"SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "
+                    "'sqlite\\_%' ESCAPE '\\' ORDER BY name"_s)) {
+        m_lastError = u"%1 is not a node store: %2"_s.arg(path, errorText(query.lastError()));
+        return false;
+    }
+    while (query.next())
+        tables.append(query.value(0).toString());
+
+    if (tables.isEmpty() && applicationId == 0 && version == 0)
+        return createLayout(db);
+    if (applicationId != 0 && applicationId != ApplicationId) {
+        m_lastError = u"%1 is not a node store: it belongs to another program (application id "
+                      "0x%2)."_s.arg(path, QString::number(quint32(applicationId), 16));
+        return false;
+    }
+    if (version > SchemaVersion) {
+        m_lastError = u"%1 is a node store of a newer version (%2; this program reads version "
+                      "%3). Nothing was written to it."_s.arg(path)
+                          .arg(version)
+                          .arg(SchemaVersion);
+        return false;
+    }
+    if (tables != QStringList{u"nodes"_s}) {
+        m_lastError = u"%1 is not a node store: it holds the tables %2, not the one table nodes."_s
+                          .arg(path, tables.isEmpty() ? u"(none)"_s : tables.join(u", "_s));
+        return false;
+    }
+    QStringList columns;
+    bool ipIsKey = false;
+    query.exec(u"PRAGMA table_info(nodes)"_s);
+    while (query.next()) {
+        columns.append(query.value(1).toString());
+        const int keyPosition = query.value(5).toInt();
+        if (keyPosition != 0 && query.value(1).toString() == "ip"_L1 && keyPosition == 1)
+            ipIsKey = true;
+        else if (keyPosition != 0)
+            ipIsKey = false;
+    }
+    QSqlQuery rowIds(db);
+    if (columns != LayoutColumns || !ipIsKey || !rowIds.exec(u"SELECT rowid FROM nodes LIMIT 0"_s)) {
+        m_lastError = u"%1 is not a node store of this version: its nodes table has the columns "
+                      "%2%3; a node store's has %4, keyed by ip."_s
+                          .arg(path, columns.join(u", "_s),
+                               ipIsKey ? QString() : u" (not keyed by ip alone)"_s,
+                               LayoutColumns.join(u", "_s));
+        return false;
+    }
+    return true;
+}
+
+// A new store, or an empty SQLite file. Two programs may create the same new store at once: the
+// write lock decides, and the loser finds the table already there.
+bool NodeStore::createLayout(QSqlDatabase &db)
+{
+    if (!exec(db, u"BEGIN IMMEDIATE"_s))
+        return false;
+    const bool created
+        = exec(db, u"CREATE TABLE IF NOT EXISTS nodes (ip TEXT PRIMARY KEY NOT NULL, name TEXT, "
+                   "description TEXT, location TEXT, contact TEXT, extra TEXT)"_s)
+          && exec(db, u"PRAGMA application_id = %1"_s.arg(ApplicationId))
+          && exec(db, u"PRAGMA user_version = %1"_s.arg(SchemaVersion)) && exec(db, u"COMMIT"_s);
+    if (!created) {
+        m_lastError = u"Cannot create the node store %1: %2"_s.arg(m_path, m_lastError);
+        exec(db, u"ROLLBACK"_s);
+    }
+    return created;
 }
 
 bool NodeStore::isOpen() const
@@ -86,27 +193,92 @@ QString NodeStore::lastError() const
 
 bool NodeStore::begin()
 {
+    if (m_inTransaction)
+        return true;
     QSqlDatabase db = QSqlDatabase::database(m_connection, false);
-    if (!db.transaction()) {
-        m_lastError = errorText(db.lastError());
+    if (!db.isOpen()) {
+        m_lastError = u"The node store is not open."_s;
+        return false;
+    }
+    // Take the write lock now rather than at the first write: two deferred transactions that
+    // both read and then write would deadlock, and SQLite fails one of them at once.
+    exec(db, u"PRAGMA busy_timeout = 0"_s);
+    QSqlQuery query(db);
+    bool locked = query.exec(u"BEGIN IMMEDIATE"_s);
+    if (!locked && isBusy(query.lastError())) {
+        if (m_waitNotice)
+            m_waitNotice(u"Waiting for the node store: another import is writing to it."_s);
+        exec(db, u"PRAGMA busy_timeout = %1"_s.arg(m_busyTimeoutMs));
+        locked = query.exec(u"BEGIN IMMEDIATE"_s);
+    }
+    exec(db, u"PRAGMA busy_timeout = %1"_s.arg(m_busyTimeoutMs));
+    if (!locked) {
+        m_lastError = isBusy(query.lastError())
+                          ? u"The node store %1 was held by another program for longer than %2 "
+                            "seconds (%3)."_s.arg(m_path)
+                                .arg(m_busyTimeoutMs / 1000.0)
+                                .arg(errorText(query.lastError()))
+                          : u"The node store %1 cannot be written: %2"_s
+                                .arg(m_path, errorText(query.lastError()));
+        return false;
+    }
+    m_inTransaction = true;
+    query.exec(u"SELECT max(rowid) FROM nodes"_s);
+    m_highestRowId = query.next() ? query.value(0).toLongLong() : 0;
+
+    static const QString columns
+        = u"INSERT INTO nodes (ip, name, description, location, contact, extra) VALUES (?, ?, ?, "
+          "?, ?, ?) "_s;
+    m_upsert = std::make_unique<QSqlQuery>(db);
+    m_insertNew = std::make_unique<QSqlQuery>(db);
+    const bool prepared = m_upsert->prepare(
+                              columns
+                              + u"ON CONFLICT (ip) DO UPDATE SET name = excluded.name, description "
+                                "= excluded.description, location = excluded.location, contact = "
+                                "excluded.contact, extra = excluded.extra RETURNING rowid"_s)
+                          && m_insertNew->prepare(
+                              columns + u"ON CONFLICT (ip) DO NOTHING RETURNING rowid"_s);
+    if (!prepared) {
+        m_lastError = u"The node store %1 cannot be written: %2"_s
+                          .arg(m_path, errorText(m_upsert->lastError().isValid()
+                                                     ? m_upsert->lastError()
+                                                     : m_insertNew->lastError()));
+        rollback();
         return false;
     }
     return true;
 }
 
+void NodeStore::endStatements()
+{
+    m_upsert.reset();
+    m_insertNew.reset();
+}
+
 bool NodeStore::commit()
 {
+    if (!m_inTransaction)
+        return true;
+    endStatements();
     QSqlDatabase db = QSqlDatabase::database(m_connection, false);
-    if (!db.commit()) {
-        m_lastError = errorText(db.lastError());
+    QSqlQuery query(db);
+    if (!query.exec(u"COMMIT"_s)) {
+        m_lastError = u"The node store %1 could not save the import: %2"_s
+                          .arg(m_path, errorText(query.lastError()));
         return false;
     }
+    m_inTransaction = false;
     return true;
 }
 
 void NodeStore::rollback()
 {
-    QSqlDatabase::database(m_connection, false).rollback();
+    if (!m_inTransaction)
+        return;
+    endStatements();
+    QSqlDatabase db = QSqlDatabase::database(m_connection, false);
+    QSqlQuery(db).exec(u"ROLLBACK"_s);
+    m_inTransaction = false;
 }
 
 NodeStore::Applied NodeStore::apply(const MGImport8::ImportRow &row, const QString &ipColumn,
@@ -120,50 +292,46 @@ NodeStore::Applied NodeStore::apply(const MGImport8::ImportRow &row, const QStri
     QString known[4];
     QJsonObject extra;
     for (const MGImport8::ImportColumn *column : row) {
-        if (column->Column().compare(IgnoreColumn, Qt::CaseInsensitive) == 0
-            || column->Column().compare(ipColumn, Qt::CaseInsensitive) == 0)
+        const QString &name = column->Column();
+        if (name.compare(IgnoreColumn, Qt::CaseInsensitive) == 0
+            || name.compare(ipColumn, Qt::CaseInsensitive) == 0)
             continue;
         bool matched = false;
         for (qsizetype i = 0; i < KnownColumns.size(); ++i) {
-            if (KnownColumns[i].compare(column->Column(), Qt::CaseInsensitive) == 0) {
+            if (KnownColumns[i].compare(name, Qt::CaseInsensitive) == 0) {
                 known[i] = column->Data().toString();
                 matched = true;
             }
         }
         if (!matched)
-            extra[column->Column()] = column->Data().toString();
+            extra[name] = column->Data().toString();
     }
 
-    QSqlDatabase db = QSqlDatabase::database(m_connection, false);
-    QSqlQuery exists(db);
-    exists.prepare(u"SELECT 1 FROM nodes WHERE ip = ?"_s);
-    exists.addBindValue(ip);
-    if (!exists.exec()) {
-        m_lastError = errorText(exists.lastError());
-        return {Outcome::Skipped, u"Skipped: "_s + m_lastError};
-    }
-    const bool present = exists.next();
-    if (present && !overwrite)
-        return {Outcome::Skipped, u"Skipped: %1 is already in the inventory"_s.arg(ip)};
-
-    QSqlQuery write(db);
-    write.prepare(present
-                      ? u"UPDATE nodes SET name = ?, description = ?, location = ?, contact = ?, "
-                        "extra = ? WHERE ip = ?"_s
-                      : u"INSERT INTO nodes (name, description, location, contact, extra, ip) "
-                        "VALUES (?, ?, ?, ?, ?, ?)"_s);
-    for (const QString &value : known)
-        write.addBindValue(value);
-    write.addBindValue(
-        extra.isEmpty() ? QString()
-                        : QString::fromUtf8(QJsonDocument(extra).toJson(QJsonDocument::Compact)));
-    write.addBindValue(ip);
+    if (!m_inTransaction && !begin())
+        return {Outcome::Failed, {}};
+    QSqlQuery &write = overwrite ? *m_upsert : *m_insertNew;
+    write.bindValue(0, ip);
+    for (int i = 0; i < 4; ++i)
+        write.bindValue(i + 1, known[i]);
+    write.bindValue(5, extra.isEmpty()
+                           ? QString()
+                           : QString::fromUtf8(QJsonDocument(extra).toJson(QJsonDocument::Compact)));
     if (!write.exec()) {
-        m_lastError = errorText(write.lastError());
-        return {Outcome::Skipped, u"Skipped: "_s + m_lastError};
+        m_lastError = u"The node store %1 could not take the row: %2"_s.arg(m_path,
+                                                                            errorText(
+                                                                                write.lastError()));
+        return {Outcome::Failed, {}};
     }
-    return present ? Applied{Outcome::Updated, u"Updated %1"_s.arg(ip)}
-                   : Applied{Outcome::Added, u"Added %1"_s.arg(ip)};
+    const bool changed = write.next();
+    const qint64 rowId = changed ? write.value(0).toLongLong() : 0;
+    write.finish();
+    if (!changed)
+        return {Outcome::Skipped, u"Skipped: %1 is already in the inventory"_s.arg(ip)};
+    if (rowId > m_highestRowId) {
+        m_highestRowId = rowId;
+        return {Outcome::Added, u"Added %1"_s.arg(ip)};
+    }
+    return {Outcome::Updated, u"Updated %1"_s.arg(ip)};
 }
 
 QList<Node> NodeStore::nodes() const
