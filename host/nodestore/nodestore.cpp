@@ -6,10 +6,13 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStandardPaths>
 #include <QUuid>
+
+#include <sqlite3.h>
 
 using namespace Qt::StringLiterals;
 
@@ -225,25 +228,42 @@ bool NodeStore::begin()
     m_inTransaction = true;
     query.exec(u"SELECT max(rowid) FROM nodes"_s);
     m_highestRowId = query.next() ? query.value(0).toLongLong() : 0;
-
-    static const QString columns
-        = u"INSERT INTO nodes (ip, name, description, location, contact, extra) VALUES (?, ?, ?, "
-          "?, ?, ?) "_s;
-    m_upsert = std::make_unique<QSqlQuery>(db);
-    m_insertNew = std::make_unique<QSqlQuery>(db);
-    const bool prepared = m_upsert->prepare(
-                              columns
-                              + u"ON CONFLICT (ip) DO UPDATE SET name = excluded.name, description "
-                                "= excluded.description, location = excluded.location, contact = "
-                                "excluded.contact, extra = excluded.extra RETURNING rowid"_s)
-                          && m_insertNew->prepare(
-                              columns + u"ON CONFLICT (ip) DO NOTHING RETURNING rowid"_s);
-    if (!prepared) {
-        m_lastError = u"The node store %1 cannot be written: %2"_s
-                          .arg(m_path, errorText(m_upsert->lastError().isValid()
-                                                     ? m_upsert->lastError()
-                                                     : m_insertNew->lastError()));
+    query.finish();
+    if (!prepareStatements(db)) {
         rollback();
+        return false;
+    }
+    return true;
+}
+
+bool NodeStore::prepareStatements(QSqlDatabase &db)
+{
+    const QVariant handle = db.driver()->handle();
+    if (handle.isValid() && qstrcmp(handle.typeName(), "sqlite3*") == 0)
+        m_handle = *static_cast<sqlite3 *const *>(handle.constData());
+    if (!m_handle) {
+        m_lastError = u"The node store %1 cannot be written: the SQLite driver gives no "
+                      "connection handle."_s.arg(m_path);
+        return false;
+    }
+    static constexpr char columns[]
+        = "INSERT INTO nodes (ip, name, description, location, contact, extra) VALUES (?, ?, ?, ?, "
+          "?, ?) ";
+    const QByteArray upsert
+        = QByteArray(columns)
+          + "ON CONFLICT (ip) DO UPDATE SET name = excluded.name, description = "
+            "excluded.description, location = excluded.location, contact = excluded.contact, "
+            "extra = excluded.extra RETURNING rowid";
+    const QByteArray insertNew = QByteArray(columns)
+                                 + "ON CONFLICT (ip) DO NOTHING RETURNING rowid";
+    if (sqlite3_prepare_v3(m_handle, upsert.constData(), int(upsert.size()),
+                           SQLITE_PREPARE_PERSISTENT, &m_upsert, nullptr)
+            != SQLITE_OK
+        || sqlite3_prepare_v3(m_handle, insertNew.constData(), int(insertNew.size()),
+                              SQLITE_PREPARE_PERSISTENT, &m_insertNew, nullptr)
+               != SQLITE_OK) {
+        m_lastError = u"The node store %1 cannot be written: %2"_s
+                          .arg(m_path, QString::fromUtf8(sqlite3_errmsg(m_handle)));
         return false;
     }
     return true;
@@ -251,8 +271,11 @@ bool NodeStore::begin()
 
 void NodeStore::endStatements()
 {
-    m_upsert.reset();
-    m_insertNew.reset();
+    sqlite3_finalize(m_upsert);
+    sqlite3_finalize(m_insertNew);
+    m_upsert = nullptr;
+    m_insertNew = nullptr;
+    m_handle = nullptr;
 }
 
 bool NodeStore::commit()
@@ -309,23 +332,33 @@ NodeStore::Applied NodeStore::apply(const MGImport8::ImportRow &row, const QStri
 
     if (!m_inTransaction && !begin())
         return {Outcome::Failed, {}};
-    QSqlQuery &write = overwrite ? *m_upsert : *m_insertNew;
-    write.bindValue(0, ip);
+    sqlite3_stmt *write = overwrite ? m_upsert : m_insertNew;
+    // The texts outlive the step, so SQLite may read them in place.
+    auto bind = [write](int position, const QString &text) {
+        if (text.isNull())
+            sqlite3_bind_null(write, position);
+        else
+            sqlite3_bind_text16(write, position, text.utf16(), int(text.size() * sizeof(char16_t)),
+                                SQLITE_STATIC);
+    };
+    const QString extraText = extra.isEmpty() ? QString()
+                                              : QString::fromUtf8(QJsonDocument(extra).toJson(
+                                                  QJsonDocument::Compact));
+    bind(1, ip);
     for (int i = 0; i < 4; ++i)
-        write.bindValue(i + 1, known[i]);
-    write.bindValue(5, extra.isEmpty()
-                           ? QString()
-                           : QString::fromUtf8(QJsonDocument(extra).toJson(QJsonDocument::Compact)));
-    if (!write.exec()) {
-        m_lastError = u"The node store %1 could not take the row: %2"_s.arg(m_path,
-                                                                            errorText(
-                                                                                write.lastError()));
+        bind(i + 2, known[i]);
+    bind(6, extraText);
+    const int stepped = sqlite3_step(write);
+    const qint64 rowId = stepped == SQLITE_ROW ? sqlite3_column_int64(write, 0) : 0;
+    // With RETURNING the change is made by the first step; the reset ends the statement.
+    const int reset = sqlite3_reset(write);
+    if (stepped != SQLITE_ROW && stepped != SQLITE_DONE) {
+        m_lastError = u"The node store %1 could not take the row: %2"_s
+                          .arg(m_path, QString::fromUtf8(sqlite3_errmsg(m_handle)));
+        Q_UNUSED(reset);
         return {Outcome::Failed, {}};
     }
-    const bool changed = write.next();
-    const qint64 rowId = changed ? write.value(0).toLongLong() : 0;
-    write.finish();
-    if (!changed)
+    if (stepped == SQLITE_DONE)
         return {Outcome::Skipped, u"Skipped: %1 is already in the inventory"_s.arg(ip)};
     if (rowId > m_highestRowId) {
         m_highestRowId = rowId;

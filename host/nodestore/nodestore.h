@@ -3,12 +3,13 @@
 #include <MGImport8/importrow.h>
 
 #include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QString>
 #include <QStringList>
 
 #include <functional>
-#include <memory>
+
+struct sqlite3;
+struct sqlite3_stmt;
 
 namespace NodeInventory {
 
@@ -94,6 +95,7 @@ private:
     bool checkLayout(QSqlDatabase &db, const QString &path);
     bool createLayout(QSqlDatabase &db);
     bool exec(QSqlDatabase &db, const QString &statement);
+    bool prepareStatements(QSqlDatabase &db);
     void endStatements();
 
     QString m_connection;
@@ -102,9 +104,10 @@ private:
     int m_busyTimeoutMs = DefaultBusyTimeoutMs;
     std::function<void(const QString &)> m_waitNotice;
     bool m_inTransaction = false;
-    // The run's statements, prepared once per transaction.
-    std::unique_ptr<QSqlQuery> m_upsert;
-    std::unique_ptr<QSqlQuery> m_insertNew;
+    // The run's statements, prepared once per transaction on the connection's own handle.
+    sqlite3 *m_handle = nullptr;
+    sqlite3_stmt *m_upsert = nullptr;
+    sqlite3_stmt *m_insertNew = nullptr;
     // Rows the store assigns get row ids above every existing one while the import holds the
     // write lock, so a returned row id above this was just added, any other one updated.
     qint64 m_highestRowId = 0;
