@@ -14,6 +14,8 @@
 
 #include <sqlite3.h>
 
+#include <cstring>
+
 using namespace Qt::StringLiterals;
 
 namespace NodeInventory {
@@ -269,6 +271,16 @@ bool NodeStore::prepareStatements(QSqlDatabase &db)
     return true;
 }
 
+// SQLite's message, and the system's reason behind an I/O error ("disk I/O error" alone does not
+// tell a full disk from a broken one).
+QString NodeStore::sqliteError() const
+{
+    QString text = QString::fromUtf8(sqlite3_errmsg(m_handle));
+    if (const int system = sqlite3_system_errno(m_handle); system != 0)
+        text += u" ("_s + QString::fromLocal8Bit(std::strerror(system)) + u")"_s;
+    return text;
+}
+
 void NodeStore::endStatements()
 {
     sqlite3_finalize(m_upsert);
@@ -351,11 +363,9 @@ NodeStore::Applied NodeStore::apply(const MGImport8::ImportRow &row, const QStri
     const int stepped = sqlite3_step(write);
     const qint64 rowId = stepped == SQLITE_ROW ? sqlite3_column_int64(write, 0) : 0;
     // With RETURNING the change is made by the first step; the reset ends the statement.
-    const int reset = sqlite3_reset(write);
+    sqlite3_reset(write);
     if (stepped != SQLITE_ROW && stepped != SQLITE_DONE) {
-        m_lastError = u"The node store %1 could not take the row: %2"_s
-                          .arg(m_path, QString::fromUtf8(sqlite3_errmsg(m_handle)));
-        Q_UNUSED(reset);
+        m_lastError = u"The node store %1 could not take the row: %2"_s.arg(m_path, sqliteError());
         return {Outcome::Failed, {}};
     }
     if (stepped == SQLITE_DONE)

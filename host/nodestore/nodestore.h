@@ -97,6 +97,7 @@ private:
     bool exec(QSqlDatabase &db, const QString &statement);
     bool prepareStatements(QSqlDatabase &db);
     void endStatements();
+    QString sqliteError() const;
 
     QString m_connection;
     QString m_path;

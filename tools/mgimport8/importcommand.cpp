@@ -433,7 +433,8 @@ int runImport(const QStringList &arguments)
     NodeInventory::NodeStore store;
     const bool intoStore = !options.into.isEmpty();
     store.setBusyTimeout(options.waitSeconds * 1000);
-    store.setWaitNotice([](const QString &status) { err() << status << '\n'; });
+    // Said at once: whoever watches the terminal should know why nothing moves.
+    store.setWaitNotice([](const QString &status) { err() << status << Qt::endl; });
     if (intoStore && !store.open(options.into)) {
         err() << "mgimport8 import: cannot open the node store " << options.into << ": "
               << store.lastError() << '\n';
