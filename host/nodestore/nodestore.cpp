@@ -28,6 +28,8 @@ const QStringList KnownColumns = {u"Name"_s, u"Description"_s, u"Location"_s, u"
 const QStringList LayoutColumns = {u"ip"_s,       u"name"_s,    u"description"_s,
                                    u"location"_s, u"contact"_s, u"extra"_s};
 constexpr int SqliteBusy = 5;
+constexpr int ImportCacheKiB = 64 * 1024;
+constexpr int DefaultCacheKiB = 2000;
 constexpr int SqliteLocked = 6;
 
 QString errorText(const QSqlError &error)
@@ -228,6 +230,10 @@ bool NodeStore::begin()
         return false;
     }
     m_inTransaction = true;
+    // Addresses arrive in no order, so every row lands on some page of the address index; with
+    // SQLite's default 2 MB page cache a large import spills and rereads index pages all the time.
+    // The cache grows to this bound only as pages are used, and is handed back after the import.
+    exec(db, u"PRAGMA cache_size = -%1"_s.arg(ImportCacheKiB));
     query.exec(u"SELECT max(rowid) FROM nodes"_s);
     m_highestRowId = query.next() ? query.value(0).toLongLong() : 0;
     query.finish();
@@ -255,9 +261,8 @@ bool NodeStore::prepareStatements(QSqlDatabase &db)
         = QByteArray(columns)
           + "ON CONFLICT (ip) DO UPDATE SET name = excluded.name, description = "
             "excluded.description, location = excluded.location, contact = excluded.contact, "
-            "extra = excluded.extra RETURNING rowid";
-    const QByteArray insertNew = QByteArray(columns)
-                                 + "ON CONFLICT (ip) DO NOTHING RETURNING rowid";
+            "extra = excluded.extra";
+    const QByteArray insertNew = QByteArray(columns) + "ON CONFLICT (ip) DO NOTHING";
     if (sqlite3_prepare_v3(m_handle, upsert.constData(), int(upsert.size()),
                            SQLITE_PREPARE_PERSISTENT, &m_upsert, nullptr)
             != SQLITE_OK
@@ -294,15 +299,20 @@ bool NodeStore::commit()
 {
     if (!m_inTransaction)
         return true;
+    sqlite3 *handle = m_handle;
     endStatements();
     QSqlDatabase db = QSqlDatabase::database(m_connection, false);
     QSqlQuery query(db);
     if (!query.exec(u"COMMIT"_s)) {
+        // Most rows are written only now, so a full disk shows here; say so as for a row.
+        m_handle = handle;
         m_lastError = u"The node store %1 could not save the import: %2"_s
-                          .arg(m_path, errorText(query.lastError()));
+                          .arg(m_path, handle ? sqliteError() : errorText(query.lastError()));
+        m_handle = nullptr;
         return false;
     }
     m_inTransaction = false;
+    restoreCache(db);
     return true;
 }
 
@@ -314,33 +324,62 @@ void NodeStore::rollback()
     QSqlDatabase db = QSqlDatabase::database(m_connection, false);
     QSqlQuery(db).exec(u"ROLLBACK"_s);
     m_inTransaction = false;
+    restoreCache(db);
+}
+
+void NodeStore::restoreCache(QSqlDatabase &db)
+{
+    exec(db, u"PRAGMA cache_size = -%1"_s.arg(DefaultCacheKiB));
+    exec(db, u"PRAGMA shrink_memory"_s);
+}
+
+int NodeStore::slotOf(const QString &name, const QString &ipColumn)
+{
+    if (name.compare(IgnoreColumn, Qt::CaseInsensitive) == 0)
+        return IgnoredSlot;
+    if (name.compare(ipColumn, Qt::CaseInsensitive) == 0)
+        return IPSlot;
+    for (qsizetype i = 0; i < KnownColumns.size(); ++i) {
+        if (KnownColumns[i].compare(name, Qt::CaseInsensitive) == 0)
+            return int(i);
+    }
+    return ExtraSlot;
 }
 
 NodeStore::Applied NodeStore::apply(const MGImport8::ImportRow &row, const QString &ipColumn,
                                     bool overwrite)
 {
-    const MGImport8::ImportColumn *ipCell = row.Item(ipColumn);
+    // One pass over the row's columns. Every row of an import names its columns alike, so what
+    // each name means is worked out once and recognised by the name afterwards.
+    if (ipColumn != m_slotIpColumn) {
+        m_slotIpColumn = ipColumn;
+        m_slotNames.clear();
+        m_slots.clear();
+    }
+    const MGImport8::ImportColumn *ipCell = nullptr;
+    QString known[4];
+    QJsonObject extra;
+    qsizetype at = 0;
+    for (const MGImport8::ImportColumn *column : row) {
+        const QString &name = column->Column();
+        if (at == m_slotNames.size()) {
+            m_slotNames.append(name);
+            m_slots.append(slotOf(name, ipColumn));
+        } else if (m_slotNames[at] != name) {
+            m_slotNames[at] = name;
+            m_slots[at] = slotOf(name, ipColumn);
+        }
+        const int slot = m_slots[at++];
+        if (slot == IPSlot && !ipCell)
+            ipCell = column;
+        else if (slot >= 0)
+            known[slot] = column->Data().toString();
+        else if (slot == ExtraSlot)
+            extra[name] = column->Data().toString();
+    }
     const QString ip = ipCell ? canonicalIPAddress(ipCell->Data().toString().trimmed()) : QString();
     if (ip.isEmpty())
         return {Outcome::Skipped, u"Skipped: no valid IP address"_s};
-
-    QString known[4];
-    QJsonObject extra;
-    for (const MGImport8::ImportColumn *column : row) {
-        const QString &name = column->Column();
-        if (name.compare(IgnoreColumn, Qt::CaseInsensitive) == 0
-            || name.compare(ipColumn, Qt::CaseInsensitive) == 0)
-            continue;
-        bool matched = false;
-        for (qsizetype i = 0; i < KnownColumns.size(); ++i) {
-            if (KnownColumns[i].compare(name, Qt::CaseInsensitive) == 0) {
-                known[i] = column->Data().toString();
-                matched = true;
-            }
-        }
-        if (!matched)
-            extra[name] = column->Data().toString();
-    }
 
     if (!m_inTransaction && !begin())
         return {Outcome::Failed, {}};
@@ -361,15 +400,16 @@ NodeStore::Applied NodeStore::apply(const MGImport8::ImportRow &row, const QStri
         bind(i + 2, known[i]);
     bind(6, extraText);
     const int stepped = sqlite3_step(write);
-    const qint64 rowId = stepped == SQLITE_ROW ? sqlite3_column_int64(write, 0) : 0;
-    // With RETURNING the change is made by the first step; the reset ends the statement.
     sqlite3_reset(write);
-    if (stepped != SQLITE_ROW && stepped != SQLITE_DONE) {
+    if (stepped != SQLITE_DONE) {
         m_lastError = u"The node store %1 could not take the row: %2"_s.arg(m_path, sqliteError());
         return {Outcome::Failed, {}};
     }
-    if (stepped == SQLITE_DONE)
+    if (sqlite3_changes(m_handle) == 0) // the address was known and Overwrite is off
         return {Outcome::Skipped, u"Skipped: %1 is already in the inventory"_s.arg(ip)};
+    // The upsert's update branch leaves the last inserted row id alone; an insert sets it to a
+    // row id past every earlier one.
+    const qint64 rowId = sqlite3_last_insert_rowid(m_handle);
     if (rowId > m_highestRowId) {
         m_highestRowId = rowId;
         return {Outcome::Added, u"Added %1"_s.arg(ip)};

@@ -98,6 +98,10 @@ private:
     bool prepareStatements(QSqlDatabase &db);
     void endStatements();
     QString sqliteError() const;
+    void restoreCache(QSqlDatabase &db);
+    // Where a column's value goes: one of the four known columns (0 to 3), or one of these.
+    static constexpr int IPSlot = -1, IgnoredSlot = -2, ExtraSlot = -3;
+    static int slotOf(const QString &name, const QString &ipColumn);
 
     QString m_connection;
     QString m_path;
@@ -109,9 +113,13 @@ private:
     sqlite3 *m_handle = nullptr;
     sqlite3_stmt *m_upsert = nullptr;
     sqlite3_stmt *m_insertNew = nullptr;
-    // Rows the store assigns get row ids above every existing one while the import holds the
-    // write lock, so a returned row id above this was just added, any other one updated.
+    // Rows the store adds get row ids above every existing one while the import holds the write
+    // lock, so a last inserted row id above this was just added; otherwise the row was updated.
     qint64 m_highestRowId = 0;
+    // What the columns of the last row meant, by position.
+    QString m_slotIpColumn;
+    QStringList m_slotNames;
+    QList<int> m_slots;
 };
 
 } // namespace NodeInventory

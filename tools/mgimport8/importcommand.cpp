@@ -493,8 +493,7 @@ int runImport(const QStringList &arguments)
         return InputUnreadable;
     }
     if (intoStore && !store.commit()) {
-        err() << "mgimport8 import: the node store could not be written: " << store.lastError()
-              << '\n';
+        err() << "mgimport8 import: " << store.lastError() << '\n';
         return InputUnreadable;
     }
     err() << forTerminal(wizard.state().importStatus) << '\n';
