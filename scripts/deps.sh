@@ -8,6 +8,9 @@ packages=(
     cmake ninja-build g++ pkg-config git
     # libraries
     qt6-base-dev libqt6sql6-sqlite libpugixml-dev
+    # the node store writes through SQLite's own statements on Qt's connection; sqlite3 is the
+    # node-store benchmark's baseline
+    libsqlite3-dev sqlite3
     # workbooks and Access databases
     libzip-dev mdbtools-dev libxlsxwriter-dev
     # database servers: ODBC with FreeTDS for SQL Server, libpq and the PostgreSQL server for tests

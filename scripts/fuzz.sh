@@ -9,7 +9,7 @@ build="$root/build-fuzz"
 "$root/scripts/deps.sh"
 CC=clang CXX=clang++ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DMGIMPORT8_FUZZ=ON -DMGIMPORT8_BUILD_TESTS=OFF >/dev/null
-targets=(registry methods textsource filefilter delimiterdetect)
+targets=(registry methods textsource filefilter delimiterdetect import)
 targets+=(access)
 # Extra seed folders and options, read in place (never written to).
 declare -A extra=([access]="${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/access -max_len=4194304")

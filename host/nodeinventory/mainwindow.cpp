@@ -56,8 +56,18 @@ void MainWindow::refresh()
 void MainWindow::importNodes()
 {
     NodeImporter importer(m_store);
+    connect(&importer, &NodeImporter::waiting, this, [this](const QString &status) {
+        m_status->setText(status);
+        m_status->repaint();
+    });
     const ImportSummary summary = importer.run(this);
     refresh();
+    if (!summary.stopped.isEmpty()) {
+        // The wizard showed the store's reason when it stopped; the status keeps it in view.
+        m_status->setText(
+            u"Import failed: the inventory is unchanged. %1 nodes"_s.arg(m_model->rowCount()));
+        return;
+    }
     if (!summary.error.isEmpty()) {
         QMessageBox::critical(this, windowTitle(),
                               u"The imported nodes could not be saved; the inventory is "

@@ -30,9 +30,10 @@ bool NodeImporter::begin()
 {
     m_summary = {};
     m_complete = false;
-    m_open = m_store.begin();
+    m_open = m_store.isOpen();
     if (!m_open)
-        m_summary.error = m_store.lastError();
+        m_summary.error = u"The inventory is not open."_s;
+    m_store.setWaitNotice([this](const QString &status) { Q_EMIT waiting(status); });
     return m_open;
 }
 
@@ -41,7 +42,8 @@ ImportSummary NodeImporter::finish()
     if (!m_open)
         return m_summary;
     m_open = false;
-    if (!m_complete) {
+    m_store.setWaitNotice({});
+    if (!m_complete || !m_summary.stopped.isEmpty()) {
         m_store.rollback();
         return m_summary;
     }
@@ -77,6 +79,10 @@ void NodeImporter::takeRow(MGImport8::ImportRow *row, QString &status, bool &ski
     status = applied.status;
     skip = applied.outcome == NodeStore::Outcome::Skipped;
     switch (applied.outcome) {
+    case NodeStore::Outcome::Failed:
+        m_summary.stopped = m_store.lastError();
+        m_engine.StopImport(m_summary.stopped);
+        break;
     case NodeStore::Outcome::Added:
         ++m_summary.added;
         break;

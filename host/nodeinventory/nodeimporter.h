@@ -19,12 +19,16 @@ struct ImportSummary
     int skipped = 0;
     /// Why the import's rows were not kept, when a completed import could not be saved.
     QString error;
+    /// The store could not take rows during the import, which stopped it; the wizard has shown
+    /// this reason already.
+    QString stopped;
 };
 
 /// Node Inventory's side of an import: the engine it describes its nodes to, and the handler
 /// that takes each row the wizard hands over. The rows of one import go into the store in one
 /// transaction, kept only when the import ran to its end, so a cancelled import loses nothing and
-/// half-imports nothing.
+/// half-imports nothing. A row the inventory refuses is skipped; a store that cannot take rows at
+/// all stops the import (`Engine::StopImport`) and keeps nothing of it.
 class NodeImporter : public QObject
 {
     Q_OBJECT
@@ -42,9 +46,15 @@ public:
     /// Runs the Import Wizard over `parent` (a window, or nothing) and keeps or drops its rows.
     ImportSummary run(QObject *parent);
 
-    /// The two halves of `run` around the wizard, for hosts that drive the wizard themselves.
+    /// The two halves of `run` around the wizard, for hosts that drive the wizard themselves. The
+    /// store's write lock is taken at the first row, not here, so that a user still choosing a
+    /// file holds up no other import.
     bool begin();
     ImportSummary finish();
+
+Q_SIGNALS:
+    /// The store is held by another import and the first row waits for it.
+    void waiting(const QString &status);
 
 private:
     void takeRow(MGImport8::ImportRow *row, QString &status, bool &skip);

@@ -6,6 +6,11 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
 namespace NodeInventory {
 
 /// One node as the inventory keeps it.
@@ -23,18 +28,29 @@ struct Node
 /// The demo host's node store: SQLite, one row per node, keyed by the node's IP address in its
 /// canonical dotted form. Shared by Node Inventory and `mgimport8 import --into`.
 ///
-/// Imports run inside one transaction: `begin` before the first row, `commit` once the import ran
-/// to its end, `rollback` otherwise, so a cancelled or failed import leaves the store as it was.
+/// `open` checks that the file is a node store before anything is written to it. Imports run
+/// inside one transaction: `begin` takes the store's write lock (waiting up to the busy timeout
+/// while another import holds it), `commit` once the import ran to its end, `rollback` otherwise,
+/// so a cancelled or failed import leaves the store as it was. Between `begin` and the end of the
+/// transaction the store's two statements stay prepared.
 class NodeStore
 {
 public:
-    enum class Outcome { Added, Updated, Skipped };
+    /// `Failed`: the store could not take the row for a reason that is not the row's own (locked,
+    /// read-only, full, gone); the reason is in `lastError()` and the import must stop.
+    enum class Outcome { Added, Updated, Skipped, Failed };
     struct Applied
     {
         Outcome outcome = Outcome::Skipped;
         /// The status text the wizard shows for the row.
         QString status;
     };
+
+    /// The `nodes` table's layout, stamped in the file's `user_version`.
+    static constexpr int SchemaVersion = 1;
+    /// Stamped in the file's `application_id`: "MG8N".
+    static constexpr int ApplicationId = 0x4D47384E;
+    static constexpr int DefaultBusyTimeoutMs = 30000;
 
     NodeStore();
     ~NodeStore();
@@ -44,18 +60,31 @@ public:
     /// Where Node Inventory keeps its nodes: the user's data folder.
     static QString defaultPath();
 
-    /// Opens (creating folder, file and table as needed) the store at `path`. False, with the
-    /// reason in `lastError()`, when it cannot.
+    /// Opens the store at `path`, creating folder, file and table when there is no file yet (or
+    /// an empty one). A file that is no node store (not SQLite, other tables, another layout or
+    /// version of the `nodes` table) is refused untouched. False, with the reason in
+    /// `lastError()`, when it cannot.
     bool open(const QString &path);
     bool isOpen() const;
     QString lastError() const;
 
+    /// How long `begin` and `commit` wait for another writer before they give up.
+    void setBusyTimeout(int milliseconds) { m_busyTimeoutMs = milliseconds; }
+    int busyTimeout() const { return m_busyTimeoutMs; }
+    /// Told once when `begin` finds the store held by another writer and starts to wait.
+    void setWaitNotice(std::function<void(const QString &)> notice)
+    {
+        m_waitNotice = std::move(notice);
+    }
+
     bool begin();
+    bool inTransaction() const { return m_inTransaction; }
     bool commit();
     void rollback();
 
     /// Applies one imported row: a row without a valid IP address in `ipColumn` is skipped; a new
     /// IP is added; an existing one is updated when `overwrite` is set and skipped otherwise.
+    /// Opens the transaction first when `begin` has not.
     Applied apply(const MGImport8::ImportRow &row, const QString &ipColumn, bool overwrite);
 
     /// Every node, ordered by IP address.
@@ -63,8 +92,34 @@ public:
     int count() const;
 
 private:
+    bool checkLayout(QSqlDatabase &db, const QString &path);
+    bool createLayout(QSqlDatabase &db);
+    bool exec(QSqlDatabase &db, const QString &statement);
+    bool prepareStatements(QSqlDatabase &db);
+    void endStatements();
+    QString sqliteError() const;
+    void restoreCache(QSqlDatabase &db);
+    // Where a column's value goes: one of the four known columns (0 to 3), or one of these.
+    static constexpr int IPSlot = -1, IgnoredSlot = -2, ExtraSlot = -3;
+    static int slotOf(const QString &name, const QString &ipColumn);
+
     QString m_connection;
+    QString m_path;
     QString m_lastError;
+    int m_busyTimeoutMs = DefaultBusyTimeoutMs;
+    std::function<void(const QString &)> m_waitNotice;
+    bool m_inTransaction = false;
+    // The run's statements, prepared once per transaction on the connection's own handle.
+    sqlite3 *m_handle = nullptr;
+    sqlite3_stmt *m_upsert = nullptr;
+    sqlite3_stmt *m_insertNew = nullptr;
+    // Rows the store adds get row ids above every existing one while the import holds the write
+    // lock, so a last inserted row id above this was just added; otherwise the row was updated.
+    qint64 m_highestRowId = 0;
+    // What the columns of the last row meant, by position.
+    QString m_slotIpColumn;
+    QStringList m_slotNames;
+    QList<int> m_slots;
 };
 
 } // namespace NodeInventory

@@ -66,6 +66,12 @@ public:
     Q_INVOKABLE bool StartWizard(QObject *Parent = nullptr);
     /// Reserved. Does nothing and returns false.
     Q_INVOKABLE bool Import(const QString &Filename);
+    /// Called from a `NewRow` handler when the host cannot take rows at all (its store is locked,
+    /// full, read-only or gone), as opposed to refusing one row with `Skip`. The import stops after
+    /// the handler returns: the row is counted neither imported nor skipped, `Reason` is shown
+    /// once as a critical message, no `ImportComplete` follows and `StartWizard` returns true.
+    /// Outside a handler it does nothing.
+    Q_INVOKABLE void StopImport(const QString &Reason);
 
 Q_SIGNALS:
     /// One row about to be imported. The host may change the row, write `Status` (shown in the

@@ -5,6 +5,9 @@
 
 #include <QStringBuilder>
 
+#include <optional>
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace MGImport8 {
@@ -40,6 +43,9 @@ struct Engine::Private
     int foreColorSel = DefaultForeColorSel;
     int backColorSel = DefaultBackColorSel;
     MGImport8::ImportOptions *options = nullptr;
+    // Set by StopImport while a NewRow handler runs; the import run takes it after the handler.
+    bool inHandler = false;
+    std::optional<QString> stopReason;
 };
 
 Engine::Engine(QObject *parent)
@@ -134,7 +140,21 @@ QString Engine::ColumnChoices() const
 
 void Engine::FireNewRow(MGImport8::ImportRow *ImportRow, QString &Status, bool &Skip)
 {
+    d->stopReason.reset();
+    d->inHandler = true;
+    // A throwing handler is the run's to report; the flag must not outlive the handler either way.
+    struct Leave
+    {
+        bool &flag;
+        ~Leave() { flag = false; }
+    } leave{d->inHandler};
     Q_EMIT NewRow(ImportRow, Status, Skip, QPrivateSignal());
+}
+
+void Engine::StopImport(const QString &Reason)
+{
+    if (d->inHandler)
+        d->stopReason = Reason;
 }
 
 void Engine::FireImportComplete()
@@ -150,6 +170,11 @@ QString LibraryAccess::ColumnChoices(const Engine &engine)
 void LibraryAccess::FireNewRow(Engine &engine, ImportRow *row, QString &status, bool &skip)
 {
     engine.FireNewRow(row, status, skip);
+}
+
+std::optional<QString> LibraryAccess::TakeStopRequest(Engine &engine)
+{
+    return std::exchange(engine.d->stopReason, std::nullopt);
 }
 
 void LibraryAccess::FireImportComplete(Engine &engine)

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QVariant>
 
+#include <optional>
+
 namespace MGImport8 {
 
 class Engine;
@@ -18,6 +20,8 @@ public:
     // Engine
     static QString ColumnChoices(const Engine &engine);
     static void FireNewRow(Engine &engine, ImportRow *row, QString &status, bool &skip);
+    /// The reason a `NewRow` handler gave `Engine::StopImport`, once; nothing when it did not.
+    static std::optional<QString> TakeStopRequest(Engine &engine);
     static void FireImportComplete(Engine &engine);
 
     // ImportRow

@@ -209,6 +209,17 @@ void ImportGrid::clear()
     d->structureChanged();
 }
 
+qsizetype ImportGrid::firstRowTooWide(const TextTable &table)
+{
+    if (table.maxColumns() <= MaxColumns)
+        return -1;
+    for (qsizetype row = 0; row < table.rowCount(); ++row) {
+        if (table.cellCount(row) > MaxColumns)
+            return row;
+    }
+    return -1;
+}
+
 void ImportGrid::setTable(std::shared_ptr<const TextTable> table)
 {
     d->reset();

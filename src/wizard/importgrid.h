@@ -47,6 +47,13 @@ public:
     };
     using Observer = std::function<void(const Change &)>;
 
+    /// The widest table the grid takes: a worksheet's width. Every source refuses a wider one
+    /// before it reaches the grid, so one line of millions of fields costs a message, not
+    /// gigabytes of column bookkeeping.
+    static constexpr int MaxColumns = 16384;
+    /// The first row of `table` wider than `MaxColumns`; -1 when every row fits.
+    static qsizetype firstRowTooWide(const TextTable &table);
+
     ImportGrid();
     ~ImportGrid();
     ImportGrid(const ImportGrid &) = delete;

@@ -146,6 +146,9 @@ ImportRun::RowResult ImportRun::handRow(qsizetype row, const QList<ColumnPlan> &
     } catch (...) {
         failure = u"The handler raised an error the wizard does not know."_s;
     }
+    if (std::optional<QString> stop = LibraryAccess::TakeStopRequest(m_engine);
+        stop && failure.isEmpty())
+        failure = stop->isEmpty() ? u"The host stopped the import."_s : *stop;
     if (!lent) {
         (void)owned.release(); // already gone
         if (failure.isEmpty())

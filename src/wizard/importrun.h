@@ -18,9 +18,9 @@ struct WizardState;
 ///
 /// The user interface gets a turn after every row, so a Cancel click (which sets the flag the run
 /// watches) stops the run before the next row. A host handler that throws, or deletes the row it
-/// was lent, stops the run too: the rows before it stay with the host, the failure is shown with
-/// the row's number, and the run counts as not completed (no `ImportComplete`, the wizard's result
-/// stays true).
+/// was lent, or calls `Engine::StopImport`, stops the run too: the rows before it stay with the
+/// host, the failure is shown with the row's number, and the run counts as not completed (no
+/// `ImportComplete`, the wizard's result stays true).
 class ImportRun
 {
 public:

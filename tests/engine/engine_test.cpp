@@ -47,7 +47,8 @@ TEST(Engine, MetaObjectListsMembersInInterfaceOrder)
               (QStringList{u"Title"_s, u"Description"_s, u"ForeColorSel"_s, u"BackColorSel"_s,
                            u"RequiredColumns"_s, u"Columns"_s, u"IPColumn"_s, u"ImportOptions"_s}));
     EXPECT_EQ(methodSignatures(meta, QMetaMethod::Method),
-              (QStringList{u"StartWizard(QObject*)"_s, u"StartWizard()"_s, u"Import(QString)"_s}));
+              (QStringList{u"StartWizard(QObject*)"_s, u"StartWizard()"_s, u"Import(QString)"_s,
+                           u"StopImport(QString)"_s}));
     EXPECT_EQ(methodSignatures(meta, QMetaMethod::Signal),
               (QStringList{u"NewRow(MGImport8::ImportRow*,QString&,bool&)"_s,
                            u"ImportComplete()"_s}));

@@ -15,7 +15,10 @@
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
+#include <QFile>
 #include <QLabel>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTableView>
 
 #include <gtest/gtest.h>
@@ -35,14 +38,16 @@ class NodeInventoryTest : public ::testing::Test
 protected:
     void SetUp() override { ASSERT_TRUE(store.open(folder.path() + u"/nodes.sqlite"_s)); }
 
-    /// Imports the sample with every row ticked, through the importer's own engine; `stopAfter`
-    /// rows into the run the user presses Cancel.
-    ImportSummary importSample(bool overwrite, int stopAfter = -1)
+    /// Imports the sample (or `file`) with every row ticked, through the importer's own engine;
+    /// `stopAfter` rows into the run the user presses Cancel.
+    ImportSummary importSample(bool overwrite, int stopAfter = -1, const QString &file = sample)
     {
         NodeImporter importer(store);
         importer.engine().ImportOptions()->Item(u"Overwrite"_s)->setValue(overwrite);
+        QObject::connect(&importer, &NodeImporter::waiting, &importer,
+                         [this](const QString &status) { waits.append(status); });
         HeadlessView view;
-        view.setFileAnswer(sample);
+        view.setFileAnswer(file);
         WizardController wizard(importer.engine(), view);
         int rows = 0;
         QObject::connect(&importer.engine(), &MGImport8::Engine::NewRow, &importer,
@@ -69,12 +74,15 @@ protected:
                 break;
             }
         }
+        messages = view.messages();
         return importer.finish();
     }
 
     MGImport8::Test::TempFolder folder;
     NodeStore store;
     QStringList statuses;
+    QStringList waits;
+    QList<MGImport8::HeadlessView::Message> messages;
 };
 
 TEST_F(NodeInventoryTest, AddsThenSkipsOrUpdatesKnownNodes)
@@ -115,6 +123,72 @@ TEST_F(NodeInventoryTest, CancelledImportChangesNothing)
     EXPECT_EQ(store.count(), 14);
 }
 
+// The store tells a new address from a known one by the row id its single upsert returns, also
+// for an address that comes twice in one file.
+TEST_F(NodeInventoryTest, RepeatedAddressesInOneImportAreAddedOnceThenUpdatedOrSkipped)
+{
+    ASSERT_TRUE(importSample(false).completed);
+    const QString file = folder.write(u"repeats.csv"_s, "10.9.0.1,a\n10.20.0.1,b\n10.9.0.1,c\n"
+                                                        "10.9.0.2,d\nno-address,e\n");
+    const struct
+    {
+        bool overwrite;
+        QStringList statuses;
+    } cases[] = {
+        // New addresses get row ids past every earlier one; the repeat updates its own add.
+        {true,
+         {u"Added 10.9.0.1"_s, u"Updated 10.20.0.1"_s, u"Updated 10.9.0.1"_s, u"Added 10.9.0.2"_s,
+          u"Skipped: no valid IP address"_s}},
+        {false,
+         {u"Skipped: 10.9.0.1 is already in the inventory"_s,
+          u"Skipped: 10.20.0.1 is already in the inventory"_s,
+          u"Skipped: 10.9.0.1 is already in the inventory"_s,
+          u"Skipped: 10.9.0.2 is already in the inventory"_s, u"Skipped: no valid IP address"_s}},
+    };
+    for (const auto &c : cases) {
+        statuses.clear();
+        const ImportSummary summary = importSample(c.overwrite, -1, file);
+        EXPECT_TRUE(summary.completed);
+        // The empty line after the last line feed is a row too.
+        EXPECT_EQ(statuses.mid(0, 5), c.statuses) << statuses.join(u'|').toStdString();
+    }
+    EXPECT_EQ(store.count(), 16);
+}
+
+// Another program holding the store's write lock past the busy timeout is the store's failure,
+// not the rows': the import stops at its first row with one critical message, waits were
+// announced, and nothing is kept.
+TEST_F(NodeInventoryTest, StoreHeldPastTheTimeoutStopsTheImport)
+{
+    ASSERT_TRUE(importSample(false).completed);
+    QSqlDatabase other = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"holder"_s);
+    other.setDatabaseName(folder.path() + u"/nodes.sqlite"_s);
+    ASSERT_TRUE(other.open());
+    ASSERT_TRUE(QSqlQuery(other).exec(u"BEGIN IMMEDIATE"_s));
+    store.setBusyTimeout(200);
+    statuses.clear();
+    const ImportSummary summary = importSample(true);
+    EXPECT_FALSE(summary.completed);
+    EXPECT_EQ(summary.added + summary.updated + summary.skipped, 1); // the header line
+    EXPECT_TRUE(summary.stopped.contains(u"held by another program"_s))
+        << summary.stopped.toStdString();
+    EXPECT_TRUE(summary.error.isEmpty());
+    ASSERT_EQ(messages.size(), 1);
+    EXPECT_EQ(messages[0].icon, MGImport8::MessageIcon::Critical);
+    EXPECT_TRUE(messages[0].text.startsWith(u"The import stopped at row 2: the host could not "
+                                            u"take the row.\r\n\r\nThe node store "_s))
+        << messages[0].text.toStdString();
+    EXPECT_EQ(waits, QStringList{u"Waiting for the node store: another import is writing to it."_s});
+    QSqlQuery(other).exec(u"ROLLBACK"_s);
+    other.close();
+    other = {};
+    QSqlDatabase::removeDatabase(u"holder"_s);
+
+    // Released, the same import goes through.
+    EXPECT_TRUE(importSample(true).completed);
+    EXPECT_EQ(store.count(), 14);
+}
+
 TEST_F(NodeInventoryTest, WindowShowsTheInventory)
 {
     ASSERT_TRUE(importSample(false).completed);
@@ -138,6 +212,91 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
+}
+
+// What open finds in a file decides whether the file is used: anything that is not a node store
+// of this layout is refused with what was found, and its bytes stay as they were.
+TEST(NodeStoreOpen, RefusesFilesThatAreNoNodeStoreAndLeavesThemUntouched)
+{
+    const QString layout = u"CREATE TABLE nodes (ip TEXT PRIMARY KEY NOT NULL, name TEXT, "
+                           u"description TEXT, location TEXT, contact TEXT, extra TEXT)"_s;
+    const struct
+    {
+        const char *name;
+        QByteArray bytes;       // written as a file when not empty
+        QStringList statements; // run through SQLite otherwise
+        QString refusal;        // empty: opened
+    } cases[] = {
+        {"no file yet", {}, {}, {}},
+        {"empty file", QByteArray(""), {}, {}},
+        {"text", "Name,IP\nsw,10.0.0.1\n", {}, u"is not an SQLite database"_s},
+        {"empty SQLite database", {}, {u"PRAGMA user_version = 0"_s}, {}},
+        {"store without the version stamp", {}, {layout}, {}},
+        {"another program's tables",
+         {},
+         {u"CREATE TABLE hosts (ip TEXT)"_s},
+         u"it holds the tables hosts, not the one table nodes"_s},
+        {"nodes beside other tables",
+         {},
+         {layout, u"CREATE TABLE notes (t TEXT)"_s},
+         u"it holds the tables nodes, notes"_s},
+        {"nodes with other columns",
+         {},
+         {u"CREATE TABLE nodes (ip TEXT PRIMARY KEY, name TEXT, site TEXT)"_s},
+         u"its nodes table has the columns ip, name, site;"_s},
+        {"an older layout without extra",
+         {},
+         {u"CREATE TABLE nodes (ip TEXT PRIMARY KEY NOT NULL, name TEXT, description TEXT, "
+          u"location TEXT, contact TEXT)"_s},
+         u"is not a node store of this version"_s},
+        {"nodes keyed by name",
+         {},
+         {u"CREATE TABLE nodes (ip TEXT, name TEXT PRIMARY KEY, description TEXT, location "
+          u"TEXT, contact TEXT, extra TEXT)"_s},
+         u"(not keyed by ip alone)"_s},
+        {"a newer version",
+         {},
+         {layout, u"PRAGMA user_version = 2"_s},
+         u"is a node store of a newer version (2; this program reads version 1)"_s},
+        {"another application's file",
+         {},
+         {layout, u"PRAGMA application_id = 42"_s},
+         u"it belongs to another program (application id 0x2a)"_s},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        MGImport8::Test::TempFolder folder;
+        const QString path = folder.path() + u"/nodes.sqlite"_s;
+        if (!c.bytes.isNull())
+            folder.write(u"nodes.sqlite"_s, c.bytes);
+        if (!c.statements.isEmpty()) {
+            {
+                QSqlDatabase db = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"setup"_s);
+                db.setDatabaseName(path);
+                ASSERT_TRUE(db.open());
+                for (const QString &statement : c.statements)
+                    ASSERT_TRUE(QSqlQuery(db).exec(statement)) << statement.toStdString();
+                db.close();
+            }
+            QSqlDatabase::removeDatabase(u"setup"_s);
+        }
+        QFile file(path);
+        const QByteArray before = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        file.close();
+
+        NodeStore store;
+        const bool opened = store.open(path);
+        if (c.refusal.isEmpty()) {
+            EXPECT_TRUE(opened) << store.lastError().toStdString();
+            EXPECT_EQ(store.count(), 0);
+            continue;
+        }
+        EXPECT_FALSE(opened);
+        EXPECT_TRUE(store.lastError().startsWith(path)) << store.lastError().toStdString();
+        EXPECT_TRUE(store.lastError().contains(c.refusal)) << store.lastError().toStdString();
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        EXPECT_EQ(file.readAll(), before);
+    }
 }
 
 // The store keeps an address in plain decimal, read by the same lenient rules as the wizard's IP

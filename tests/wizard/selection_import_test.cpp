@@ -288,7 +288,12 @@ TEST_F(Import, FailingHostsStopTheRunWithTheRowNamed)
          "disk full"},
         {"throws_other", [](ImportRow *, QString &, bool &) { throw 42; }, ""},
         {"deletes_row", [](ImportRow *row, QString &, bool &) { delete row; }, "deleted"},
+        // The host's way to stop without throwing: its store cannot take rows at all.
+        {"stops", [this](ImportRow *, QString &, bool &) { engine.StopImport(u"store full"_s); },
+         "\r\n\r\nstore full"},
     };
+    // A stop asked for outside a handler is no stop: the first run below must get to row 3.
+    engine.StopImport(u"too early"_s);
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
         rows.clear();

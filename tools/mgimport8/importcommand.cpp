@@ -33,6 +33,7 @@ constexpr int CheckFailed = 2;
 constexpr int UsageError = 2;
 constexpr int YieldIntervalMs = 100;
 constexpr int MaxSheetNumber = 65535;
+constexpr int MaxWaitSeconds = 86400;
 
 const QStringList WorkbookSuffixes = {u"xls"_s, u"xlsx"_s, u"xlsm"_s, u"ods"_s};
 const QStringList AccessSuffixes = {u"mdb"_s, u"accdb"_s};
@@ -61,6 +62,7 @@ struct Options
     bool headerLine = false;
     bool allRows = false;
     QString into;
+    int waitSeconds = NodeInventory::NodeStore::DefaultBusyTimeoutMs / 1000;
     int sheet = 1;
     std::optional<QString> table;
     std::optional<ServerOptions> server;
@@ -88,7 +90,7 @@ struct ImportOptionSet
     explicit ImportOptionSet(QCommandLineParser &parser)
     {
         parser.addOptions({columns, required, ipColumn, option, method, delimiters, map, headerLine,
-                           rows, into, sheet});
+                           rows, into, wait, sheet});
         parser.addOption(table);
     }
 
@@ -121,6 +123,10 @@ struct ImportOptionSet
     const QCommandLineOption into{u"into"_s,
                                   u"Imports into this node store (SQLite) instead of printing."_s,
                                   u"FILE"_s};
+    const QCommandLineOption wait{u"wait"_s,
+                                  u"Seconds to wait for a node store that another import is "
+                                  "writing to (default 30)."_s,
+                                  u"SECONDS"_s, u"30"_s};
     const QCommandLineOption sheet{u"sheet"_s, u"Worksheet of a workbook, 1-based (default 1)."_s,
                                    u"N"_s, u"1"_s};
     const QCommandLineOption table{u"table"_s,
@@ -197,6 +203,13 @@ bool readChoices(const QCommandLineParser &parser, const ImportOptionSet &set, O
     }
     result.allRows = rowChoice == "all"_L1;
     result.into = parser.value(set.into);
+    bool waitNumber = false;
+    result.waitSeconds = parser.value(set.wait).toInt(&waitNumber);
+    if (!waitNumber || result.waitSeconds < 0 || result.waitSeconds > MaxWaitSeconds) {
+        err() << "mgimport8 import: --wait is a number of seconds from 0 to " << MaxWaitSeconds
+              << ", not '" << parser.value(set.wait) << "'\n";
+        return false;
+    }
     bool sheetNumber = false;
     result.sheet = parser.value(set.sheet).toInt(&sheetNumber);
     if (!sheetNumber || result.sheet < 1 || result.sheet > MaxSheetNumber) {
@@ -462,7 +475,10 @@ int runImport(const QStringList &arguments)
 
     NodeInventory::NodeStore store;
     const bool intoStore = !options.into.isEmpty();
-    if (intoStore && (!store.open(options.into) || !store.begin())) {
+    store.setBusyTimeout(options.waitSeconds * 1000);
+    // Said at once: whoever watches the terminal should know why nothing moves.
+    store.setWaitNotice([](const QString &status) { err() << status << Qt::endl; });
+    if (intoStore && !store.open(options.into)) {
         err() << "mgimport8 import: cannot open the node store " << options.into << ": "
               << store.lastError() << '\n';
         return InputUnreadable;
@@ -480,6 +496,11 @@ int runImport(const QStringList &arguments)
         }
         const NodeInventory::NodeStore::Applied applied = store.apply(*row, options.ipColumn,
                                                                       overwrite);
+        if (applied.outcome == NodeInventory::NodeStore::Outcome::Failed) {
+            // Not the row's fault: the wizard stops, says why once, and nothing is kept.
+            engine.StopImport(store.lastError());
+            return;
+        }
         status = applied.status;
         skip = applied.outcome == NodeInventory::NodeStore::Outcome::Skipped;
         out() << "{\"Status\": " << jsonString(status)
@@ -511,7 +532,8 @@ int runImport(const QStringList &arguments)
         return *stopped;
 
     if (wizard.result()) {
-        // The import panel was reached but the run did not complete (a host handler failed).
+        // The import panel was reached but the run did not complete (the store or a host handler
+        // failed); the wizard's message said why.
         if (intoStore)
             store.rollback();
         return InputUnreadable;
@@ -521,8 +543,7 @@ int runImport(const QStringList &arguments)
         return InputUnreadable;
     }
     if (intoStore && !store.commit()) {
-        err() << "mgimport8 import: the node store could not be written: " << store.lastError()
-              << '\n';
+        err() << "mgimport8 import: " << store.lastError() << '\n';
         return InputUnreadable;
     }
     err() << forTerminal(wizard.state().importStatus) << '\n';

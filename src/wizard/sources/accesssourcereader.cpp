@@ -120,7 +120,16 @@ bool AccessSourceReader::readTable(const SourceChoice &source, const QString &ta
                            MessageIcon::None, {});
         return false;
     }
-    grid.setTable(sink.finish());
+    std::shared_ptr<const TextTable> rows = sink.finish();
+    if (rows->maxColumns() > ImportGrid::MaxColumns) {
+        m_view.showMessage(u"Cannot open '"_s % table % u"' table within '"_s % sourceName % u"'"_s
+                               % crlf % u"The table has "_s % QString::number(rows->maxColumns())
+                               % u" columns; the import grid holds at most "_s
+                               % QString::number(ImportGrid::MaxColumns) % u"."_s,
+                           MessageIcon::None, {});
+        return false;
+    }
+    grid.setTable(std::move(rows));
     if (grid.rowCount() > 0)
         grid.setRowTag(0, u"FieldHeader"_s);
     if (grid.rowCount() < 2)

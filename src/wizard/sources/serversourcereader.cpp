@@ -257,7 +257,17 @@ bool ServerSourceReader::readTable(const SourceChoice &choice, const QString &ta
                            MessageIcon::None, {});
         return false;
     }
-    grid.setTable(builder.finish());
+    std::shared_ptr<const TextTable> read = builder.finish();
+    if (read->maxColumns() > ImportGrid::MaxColumns) {
+        m_view.showMessage(u"Cannot open '"_s + table + u"' table within '"_s + source + u"'"_s
+                               + lineBreak + u"The table has "_s
+                               + QString::number(read->maxColumns())
+                               + u" columns; the import grid holds at most "_s
+                               + QString::number(ImportGrid::MaxColumns) + u"."_s,
+                           MessageIcon::None, {});
+        return false;
+    }
+    grid.setTable(std::move(read));
     grid.setRowTag(0, u"FieldHeader"_s);
     if (grid.rowCount() < 2) {
         m_view.showMessage(u"There are no records in the '"_s + table + u"' table within '"_s

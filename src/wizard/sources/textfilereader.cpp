@@ -24,6 +24,16 @@ bool readFile(const QString &path, const QString &delimiters, bool onDelimiterPa
                          MessageIcon::None, {});
         return false;
     }
+    if (const qsizetype wide = ImportGrid::firstRowTooWide(*table.value()); wide >= 0) {
+        view.showMessage(u"Cannot open '"_s % FileNameFromPath(path, false) % u"'\r\nLine "_s
+                             % QString::number(wide + 1) % u" has "_s
+                             % QString::number(table.value()->cellCount(wide))
+                             % u" fields; the import grid holds at most "_s
+                             % QString::number(ImportGrid::MaxColumns)
+                             % u" columns. Check the delimiters."_s,
+                         MessageIcon::None, {});
+        return false;
+    }
     grid.setTable(table.take());
     return true;
 }

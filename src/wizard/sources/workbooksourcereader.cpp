@@ -14,6 +14,9 @@ namespace MGImport8 {
 
 const QString WorkbookMessageTitle = u"MGImport8"_s;
 
+// A worksheet is never wider than the grid: a cell past the sheet's last column is a damaged file.
+static_assert(SheetLimits::MaxColumn + 1 == ImportGrid::MaxColumns);
+
 bool WorkbookSourceReader::loadWorksheet(const SourceChoice &source, int sheet, ImportGrid &grid)
 {
     grid.clear();
