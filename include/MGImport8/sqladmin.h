@@ -10,11 +10,6 @@
 
 class QSqlDatabase;
 
-namespace pugi {
-class xml_document;
-class xml_node;
-} // namespace pugi
-
 namespace MGImport8 {
 
 namespace SqlAdmin {
@@ -22,6 +17,14 @@ class ManagementServer;
 class ManagedDatabase;
 class SQLAdminAccess;
 } // namespace SqlAdmin
+} // namespace MGImport8
+
+// The management objects stay the library's own: hosts receive them as opaque pointers, to hand
+// back to SQLAdmin (`UpdateDatabaseStructure`, `WriteXMLStructureFile`).
+Q_DECLARE_OPAQUE_POINTER(MGImport8::SqlAdmin::ManagementServer *)
+Q_DECLARE_OPAQUE_POINTER(MGImport8::SqlAdmin::ManagedDatabase *)
+
+namespace MGImport8 {
 
 /// An open connection to one database, handed out by `SQLAdmin::DatabaseConnection`. It owns
 /// its Qt SQL connection: the connection closes and its name is released when the handle goes.
@@ -60,6 +63,7 @@ class MGIMPORT8_EXPORT SQLAdmin : public QObject
     Q_PROPERTY(QString Key READ Key)
     Q_PROPERTY(int DatabaseSecurityMode READ DatabaseSecurityMode WRITE setDatabaseSecurityMode)
     Q_PROPERTY(QString LastError READ LastError)
+    Q_PROPERTY(MGImport8::SqlAdmin::ManagementServer *SQLServer READ SQLServer)
     Q_PROPERTY(QString LoginName READ LoginName WRITE setLoginName)
     Q_PROPERTY(QString LoginPassword READ LoginPassword WRITE setLoginPassword)
     Q_PROPERTY(
@@ -146,7 +150,8 @@ public:
     Q_INVOKABLE bool VerifyDatabase(const QString &Server, const QString &Database);
     /// Opens a connection to `Database` on `Server` from `BuildConnectionString`; an empty
     /// handle, with the reason in `LastError`, when it cannot.
-    DatabaseHandle DatabaseConnection(const QString &Server, const QString &Database);
+    Q_INVOKABLE MGImport8::DatabaseHandle DatabaseConnection(const QString &Server,
+                                                             const QString &Database);
     /// Writes a fresh data dictionary template for every user table of `Database` to `FileName`,
     /// replacing the file.
     Q_INVOKABLE bool WriteDataDictionary(const QString &Database, const QString &FileName);
@@ -165,19 +170,10 @@ public:
 
     /// The management object of a database, or nothing (the reason in `LastError`). The object
     /// belongs to this SQLAdmin and lives until the next `Connect` or `Disconnect`.
-    SqlAdmin::ManagedDatabase *GetDatabase(const QString &Name);
-    /// Appends a "SQLServer" element with the connection settings to `Parent`.
-    void SaveSettings(pugi::xml_document &Document, pugi::xml_node Parent) const;
-    /// Reads the connection settings from the attributes of `Node` (names in any case).
-    void LoadSettings(const pugi::xml_node &Node);
+    Q_INVOKABLE MGImport8::SqlAdmin::ManagedDatabase *GetDatabase(const QString &Name);
 
-    /// The management connection itself; nothing when not connected. For the library's own
-    /// structure maintenance.
+    /// The management connection itself; nothing when not connected. Opaque to hosts.
     SqlAdmin::ManagementServer *SQLServer() const;
-    /// The directory of the private management library copy, with a trailing backslash.
-    QString FindDMODirectory() const;
-    /// Set when `TestDMO` found an older library and launched its registration.
-    bool reRegistered() const;
 
     /// Brings `Database` (from `GetDatabase`) into line with the structure file: functions, then
     /// tables with their columns, keys, indexes and seed rows, then views. Each step raises
@@ -214,10 +210,8 @@ Q_SIGNALS:
     /// A statement that structure maintenance runs to change the database, before it runs.
     void StructureStatement(QString Statement);
 
-public:
-    struct Private;
-
 private:
+    struct Private;
     friend class SqlAdmin::SQLAdminAccess;
     std::unique_ptr<Private> d;
 };

@@ -87,10 +87,14 @@ TEST(SQLAdmin, ServerTypeAndMemberOrder)
     EXPECT_EQ(admin.ServerType(), u"SQLServer"_s) << "an unknown type falls back";
 
     EXPECT_EQ(MGImport8::Test::ownPropertyNames(SQLAdmin::staticMetaObject),
-              (QStringList{u"Key"_s, u"DatabaseSecurityMode"_s, u"LastError"_s, u"LoginName"_s,
-                           u"LoginPassword"_s, u"UseIntegratedNTSecurity"_s, u"ServerNetName"_s,
-                           u"SQlServerVersion"_s, u"Databases"_s, u"Connected"_s, u"ServerName"_s,
-                           u"DefaultDataPath"_s, u"UpdateTrace"_s, u"ServerType"_s}));
+              (QStringList{u"Key"_s, u"DatabaseSecurityMode"_s, u"LastError"_s, u"SQLServer"_s,
+                           u"LoginName"_s, u"LoginPassword"_s, u"UseIntegratedNTSecurity"_s,
+                           u"ServerNetName"_s, u"SQlServerVersion"_s, u"Databases"_s,
+                           u"Connected"_s, u"ServerName"_s, u"DefaultDataPath"_s, u"UpdateTrace"_s,
+                           u"ServerType"_s}));
+    // Scripts reach the database objects and connections through the meta-object too.
+    for (const char *method : {"GetDatabase(QString)", "DatabaseConnection(QString,QString)"})
+        EXPECT_GE(SQLAdmin::staticMetaObject.indexOfMethod(method), 0) << method;
 }
 
 TEST(SQLAdmin, BuildConnectionStringToTheCharacter)
@@ -163,14 +167,14 @@ TEST(SQLAdmin, SettingsElement)
     admin.setLoginPassword(u"p\"<&>"_s);
     pugi::xml_document document;
     pugi::xml_node parent = document.append_child("Settings");
-    admin.SaveSettings(document, parent);
+    MGImport8::SqlAdmin::SaveSettings(admin, document, parent);
     std::ostringstream out;
     document.save(out, "", pugi::format_raw);
     EXPECT_EQ(out.str(), "<?xml version=\"1.0\"?><Settings><SQLServer Server=\"SRV\\A\" "
                          "Security=\"SQL\" Login=\"sa\" Password=\"p&quot;&lt;&amp;>\"/>"
                          "</Settings>");
     SQLAdmin back;
-    back.LoadSettings(parent.child("SQLServer"));
+    MGImport8::SqlAdmin::LoadSettings(back, parent.child("SQLServer"));
     EXPECT_EQ((QStringList{back.ServerName(), QString::number(back.UseIntegratedNTSecurity()),
                            back.LoginName(), back.LoginPassword()}),
               (QStringList{u"SRV\\A"_s, u"0"_s, u"sa"_s, u"p\"<&>"_s}));
@@ -200,7 +204,7 @@ TEST(SQLAdmin, SettingsElement)
         loaded.setUseIntegratedNTSecurity(c.startIntegrated);
         pugi::xml_document element;
         ASSERT_TRUE(element.load_string(c.xml));
-        loaded.LoadSettings(element.first_child());
+        MGImport8::SqlAdmin::LoadSettings(loaded, element.first_child());
         EXPECT_EQ(loaded.UseIntegratedNTSecurity(), c.integrated);
         EXPECT_EQ(loaded.ServerName(), c.server);
         EXPECT_EQ(loaded.LoginName(), c.login);
@@ -240,8 +244,8 @@ TEST(SQLAdmin, TestDMODecisionsAndCommands)
         QStringList launched;
         d.launch = [&](const QString &command) { launched.append(command); };
         EXPECT_EQ(admin.TestDMO(), c.result);
-        EXPECT_EQ(admin.reRegistered(), c.reRegistered);
-        const QString dir = admin.FindDMODirectory();
+        EXPECT_EQ(MGImport8::SqlAdmin::SQLAdminAccess::of(admin).reRegistered, c.reRegistered);
+        const QString dir = MGImport8::SqlAdmin::FindDMODirectory();
         EXPECT_EQ(launched, c.launched
                                 ? (QStringList{u"RegSvr32  /S \""_s + dir + u"sqldmo.dll\""_s,
                                                u"RegSvr32  /S \""_s + dir + u"sqlvdi.dll\""_s})
@@ -273,14 +277,14 @@ TEST(SQLAdmin, FindDMODirectoryLooksInThreePlaces)
                              + u"\\Marrowgate\\Common\\SQLDMO9\\"_s;
     SQLAdmin admin;
     writeRegistry(root + u"/talon\\uninst.exe"_s, root + u"/Net\\common\\MGNetIO.so"_s);
-    EXPECT_EQ(admin.FindDMODirectory(), fallback); // neither folder holds a file yet
+    EXPECT_EQ(MGImport8::SqlAdmin::FindDMODirectory(), fallback); // neither folder holds a file yet
     folder.write(u"Net/Common/SQLDMO9/sqldmo.dll"_s, "x");
-    EXPECT_EQ(admin.FindDMODirectory(), root + u"/Net\\Common\\SQLDMO9\\"_s);
+    EXPECT_EQ(MGImport8::SqlAdmin::FindDMODirectory(), root + u"/Net\\Common\\SQLDMO9\\"_s);
     folder.write(u"talon/Common/SQLDMO9/sqldmo.dll"_s, "x");
-    EXPECT_EQ(admin.FindDMODirectory(), root + u"/talon\\Common\\SQLDMO9\\"_s);
+    EXPECT_EQ(MGImport8::SqlAdmin::FindDMODirectory(), root + u"/talon\\Common\\SQLDMO9\\"_s);
     // Without the product word the uninstall string is passed over.
     writeRegistry(root + u"/other\\uninst.exe"_s, root + u"/Net\\common\\MGNetIO.so"_s);
-    EXPECT_EQ(admin.FindDMODirectory(), root + u"/Net\\Common\\SQLDMO9\\"_s);
+    EXPECT_EQ(MGImport8::SqlAdmin::FindDMODirectory(), root + u"/Net\\Common\\SQLDMO9\\"_s);
 }
 
 TEST(Translator, ServerNames)

@@ -387,9 +387,4 @@ SqlAdmin::ManagementServer *SQLAdmin::SQLServer() const
     return d->server.get();
 }
 
-bool SQLAdmin::reRegistered() const
-{
-    return d->reRegistered;
-}
-
 } // namespace MGImport8

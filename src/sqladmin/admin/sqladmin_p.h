@@ -11,6 +11,11 @@
 #include <functional>
 #include <memory>
 
+namespace pugi {
+class xml_document;
+class xml_node;
+} // namespace pugi
+
 namespace MGImport8 {
 
 /// What `TestDMO` learns of the management library: whether it can be loaded, and its version.
@@ -59,8 +64,18 @@ ManagementLibraryProbe probeDriverStack(ServerKind kind);
 class SQLAdminAccess
 {
 public:
+    using Private = SQLAdmin::Private;
     static SQLAdmin::Private &of(SQLAdmin &admin) { return *admin.d; }
+    static const SQLAdmin::Private &of(const SQLAdmin &admin) { return *admin.d; }
 };
+
+/// Appends a "SQLServer" element with `admin`'s connection settings to `Parent`. Used only inside
+/// the library: the element holds the password in clear text.
+void SaveSettings(const SQLAdmin &admin, pugi::xml_document &Document, pugi::xml_node Parent);
+/// Reads the connection settings from the attributes of `Node` (names in any case).
+void LoadSettings(SQLAdmin &admin, const pugi::xml_node &Node);
+/// The directory of the private management library copy, with a trailing backslash.
+QString FindDMODirectory();
 
 /// The registration commands `TestDMO` launches for the library copy in `directory`.
 QStringList dmoRegistrationCommands(const QString &directory);

@@ -87,7 +87,7 @@ bool SQLAdmin::TestDMO()
     if (library.present && library.major >= requiredMajor && library.minor >= requiredMinor)
         return true;
     const bool oldLibrary = library.present;
-    const QString directory = FindDMODirectory();
+    const QString directory = SqlAdmin::FindDMODirectory();
     // The file test decides nothing: both commands are launched whether the files are there or
     // not, and a missing one fails silently.
     for (const QString &command : dmoRegistrationCommands(directory)) {
@@ -101,7 +101,7 @@ bool SQLAdmin::TestDMO()
     return d->probeLibrary(d->kind()).present;
 }
 
-QString SQLAdmin::FindDMODirectory() const
+QString SqlAdmin::FindDMODirectory()
 {
     const QString uninstall = GetRegistryString(u"HKEY_LOCAL_MACHINE"_s, uninstallKey,
                                                 u"UninstallString"_s, QString())

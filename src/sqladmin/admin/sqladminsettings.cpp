@@ -8,8 +8,11 @@ using namespace Qt::StringLiterals;
 
 namespace MGImport8 {
 
-void SQLAdmin::SaveSettings(pugi::xml_document &Document, pugi::xml_node Parent) const
+namespace SqlAdmin {
+
+void SaveSettings(const SQLAdmin &admin, pugi::xml_document &Document, pugi::xml_node Parent)
 {
+    const auto *d = &SQLAdminAccess::of(admin);
     pugi::xml_node element = AddElement(Document, Parent, u"SQLServer", u"");
     AddAttribute(Document, element, u"Server", d->serverName);
     AddAttribute(Document, element, u"Security", d->integrated ? u"Integrated"_s : u"SQL"_s);
@@ -17,8 +20,9 @@ void SQLAdmin::SaveSettings(pugi::xml_document &Document, pugi::xml_node Parent)
     AddAttribute(Document, element, u"Password", d->loginPassword);
 }
 
-void SQLAdmin::LoadSettings(const pugi::xml_node &Node)
+void LoadSettings(SQLAdmin &admin, const pugi::xml_node &Node)
 {
+    auto *d = &SQLAdminAccess::of(admin);
     for (const pugi::xml_attribute &attribute : Node.attributes()) {
         const QString name = QString::fromUtf8(attribute.name()).toUpper();
         const QString value = QString::fromUtf8(attribute.value());
@@ -32,5 +36,7 @@ void SQLAdmin::LoadSettings(const pugi::xml_node &Node)
             d->loginPassword = value;
     }
 }
+
+} // namespace SqlAdmin
 
 } // namespace MGImport8

@@ -27,7 +27,7 @@ const QString &lineEnd = StructureMaintenance::lineEnd;
 class AdminReporter : public DbStructure::StructureReporter
 {
 public:
-    AdminReporter(SQLAdmin &admin, SQLAdmin::Private &d)
+    AdminReporter(SQLAdmin &admin, SqlAdmin::SQLAdminAccess::Private &d)
         : m_admin(admin)
         , m_d(d)
     {}
@@ -63,7 +63,7 @@ private:
     }
 
     SQLAdmin &m_admin;
-    SQLAdmin::Private &m_d;
+    SqlAdmin::SQLAdminAccess::Private &m_d;
 };
 
 // PostgreSQL's errors for a data folder that is missing or may not be written, in the words the
