@@ -1,6 +1,6 @@
 #include "nodestore.h"
 
-#include "nodestore/addresstext.h"
+#include <MGImport8/ipaddress.h>
 
 #include <QDir>
 #include <QFileInfo>
@@ -377,7 +377,8 @@ NodeStore::Applied NodeStore::apply(const MGImport8::ImportRow &row, const QStri
         else if (slot == ExtraSlot)
             extra[name] = column->Data().toString();
     }
-    const QString ip = ipCell ? canonicalIPAddress(ipCell->Data().toString().trimmed()) : QString();
+    const QString ip = ipCell ? MGImport8::IPAddress::Canonical(ipCell->Data().toString().trimmed())
+                              : QString();
     if (ip.isEmpty())
         return {Outcome::Skipped, u"Skipped: no valid IP address"_s};
 

@@ -9,5 +9,6 @@
 #include <MGImport8/importrow.h>
 #include <MGImport8/importtype.h>
 #include <MGImport8/importtypes.h>
+#include <MGImport8/ipaddress.h>
 #include <MGImport8/mgimport8_export.h>
 #include <MGImport8/sqladmin.h>

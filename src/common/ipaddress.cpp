@@ -1,6 +1,7 @@
 #include "common/ipaddress.h"
 
 #include <QString>
+#include <QStringList>
 #include <QStringTokenizer>
 
 #include <algorithm>
@@ -169,6 +170,16 @@ bool IsValidIPAddress(QStringView text)
             return false;
     }
     return parts == partsInAddress;
+}
+
+QString canonicalIPAddress(QStringView text)
+{
+    if (!IsValidIPAddress(text))
+        return {};
+    QStringList parts;
+    for (QStringView part : QStringTokenizer(text, u'.'))
+        parts.append(QString::number(*toInteger16(part)));
+    return parts.join(u'.');
 }
 
 } // namespace MGImport8

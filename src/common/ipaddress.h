@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QStringView>
 #include <QtGlobal>
 
@@ -21,5 +22,9 @@ std::optional<qint16> toInteger16(QStringView text);
 /// converts with toInteger16() to a number from 0 to 255. So " 10.+0.0.1" is an address, while
 /// "10.0.0.256", "10.0.0", "10..0.1" and "10.0.0.99999" are not.
 bool IsValidIPAddress(QStringView text);
+
+/// The dotted form of an address that passes IsValidIPAddress(), each part in plain decimal
+/// (" 10.+0.0.01" becomes "10.0.0.1"); empty when the text is no address.
+QString canonicalIPAddress(QStringView text);
 
 } // namespace MGImport8

@@ -4,10 +4,10 @@
 #include "nodeinventory/mainwindow.h"
 #include "nodeinventory/nodeimporter.h"
 #include "nodeinventory/nodetablemodel.h"
-#include "nodestore/addresstext.h"
 #include "testsupport.h"
 #include "wizard/headlessview.h"
 #include "wizard/wizardcontroller.h"
+#include <MGImport8/ipaddress.h>
 
 #include <MGImport8/importoption.h>
 #include <MGImport8/importoptions.h>
@@ -321,5 +321,5 @@ TEST(NodeStoreAddress, CanonicalFormFollowsTheImportsAddressCheck)
         {QString(), QString()},
     };
     for (const auto &c : cases)
-        EXPECT_EQ(canonicalIPAddress(c.text), c.canonical) << c.text.toStdString();
+        EXPECT_EQ(MGImport8::IPAddress::Canonical(c.text), c.canonical) << c.text.toStdString();
 }
