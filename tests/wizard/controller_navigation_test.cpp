@@ -1,8 +1,7 @@
-// Navigation: the opening state, every exit check's message, panels skipped by the method going
-// forward and back, the captions, the file dialog only for an empty file name, a method without
-// panel list refused without a crash, the delimiter boxes (preset, re-read, empty set, a method's
+// Navigation the window walks do not reach: the method panel's refusals, a method without a panel
+// list refused without a crash, the delimiter boxes (preset, re-read, empty set, a method's
 // delimiter without a box), files and databases that cannot be read, and a blank server or
-// database. Cancel's result is the widget tests' (StartWizard's own).
+// database. Going forward and back, the captions and Cancel are the widget tests'.
 #include "wizardfixture.h"
 
 #include "wizard/delimiterchoice.h"
@@ -18,25 +17,6 @@ namespace MGImport8::Test {
 namespace {
 
 using Navigation = WizardFixture;
-
-constexpr Panel textPanels[] = {Panel::MethodPanel, Panel::FilePanel,    Panel::DelimiterPanel,
-                                Panel::MapPanel,    Panel::PreviewPanel, Panel::OptionsPanel};
-
-TEST_F(Navigation, OpensOnTheMethodPanelWithTheEnginesTextsAndTheCatalogue)
-{
-    const WizardState &state = wizard->state();
-    EXPECT_EQ(state.currentPanel, Panel::MethodPanel);
-    EXPECT_EQ(state.importDescription, engine.Description());
-    ASSERT_EQ(state.methods.size(), 7);
-    EXPECT_EQ(state.methods.at(0).name, u"Text"_s);
-    EXPECT_EQ(state.methods.at(0).icon, u"Text"_s);
-    EXPECT_TRUE(state.methods.at(0).enabled);
-    EXPECT_FALSE(state.methods.at(1).enabled); // disabled methods stay in the list
-    EXPECT_EQ(state.currentMethodRow, -1);
-    EXPECT_FALSE(state.backEnabled);
-    EXPECT_EQ(state.nextCaption, u"Next -->"_s);
-    EXPECT_EQ(wizard->chosenMethod(), nullptr);
-}
 
 TEST_F(Navigation, MethodPanelRefusesNoChoiceDisabledMethodsAndMethodsWithoutPanels)
 {
@@ -65,66 +45,6 @@ TEST_F(Navigation, MethodPanelRefusesNoChoiceDisabledMethodsAndMethodsWithoutPan
     chooseMethod(u"Text"_s);
     wizard->next();
     EXPECT_EQ(panel(), Panel::FilePanel) << "another method still works afterwards";
-}
-
-TEST_F(Navigation, FilePanelOpensTheDialogOnlyWhenTheNameIsEmpty)
-{
-    chooseMethod(u"Text"_s);
-    wizard->activateMethodRow(0); // a double-click acts as Next
-    EXPECT_EQ(panel(), Panel::FilePanel);
-    EXPECT_EQ(wizard->state().selectFileTitle, u"Select Text File"_s);
-    EXPECT_EQ(wizard->state().selectFileDescription, u"Choose the file"_s);
-    EXPECT_EQ(view.fileDialogCount(), 1);
-    EXPECT_EQ(view.lastFileDialogTitle(), u"Select Text File"_s);
-    EXPECT_EQ(view.lastFileDialogPattern(), u"Text Files (*.txt;*.csv)|*.txt;*.csv"_s);
-    EXPECT_TRUE(wizard->state().filename.isEmpty()); // the dialog was cancelled
-
-    wizard->setFilename(u"   "_s);
-    wizard->next();
-    EXPECT_EQ(takeExclamation(), u"Please select a file first."_s);
-    EXPECT_TRUE(wizard->state().filename.isEmpty());
-    EXPECT_EQ(panel(), Panel::FilePanel);
-
-    view.setFileAnswer(writeFile(u"a.csv"_s, "x,1.2.3.4\n"));
-    wizard->selectFile();
-    wizard->setFilename(u"  "_s + wizard->state().filename + u"  "_s);
-    wizard->next();
-    EXPECT_EQ(panel(), Panel::DelimiterPanel);
-    EXPECT_EQ(wizard->chosenMethod()->Filename(), folder.path() + u"/a.csv"_s);
-
-    wizard->back();
-    EXPECT_EQ(panel(), Panel::FilePanel);
-    EXPECT_EQ(view.fileDialogCount(), 2); // the explicit selectFile, not the return
-}
-
-TEST_F(Navigation, TextMethodSkipsPanelsForwardAndBackWithItsCaptions)
-{
-    engine.ImportOptions()->Add(u"Overwrite"_s, u"Overwrite existing nodes"_s);
-    openText(writeFile(u"nodes.csv"_s, "a,10.0.0.1\nb,10.0.0.2\n"));
-
-    QList<Panel> forward = {Panel::MethodPanel, Panel::FilePanel, panel()};
-    while (panel() != Panel::OptionsPanel) {
-        wizard->next();
-        ASSERT_TRUE(view.messages().isEmpty()) << messageTexts().join(u'\n').toStdString();
-        forward.append(panel());
-    }
-    EXPECT_EQ(forward, QList<Panel>(std::begin(textPanels), std::end(textPanels)));
-    EXPECT_EQ(wizard->state().nextCaption, u"Import"_s);
-
-    QList<Panel> backward = {panel()};
-    while (panel() != Panel::MethodPanel) {
-        wizard->back();
-        backward.append(panel());
-        if (panel() == Panel::PreviewPanel) {
-            EXPECT_EQ(wizard->state().nextCaption, u"Next -->"_s);
-        }
-    }
-    std::reverse(backward.begin(), backward.end());
-    EXPECT_EQ(backward, forward);
-    EXPECT_FALSE(wizard->state().backEnabled);
-    wizard->back(); // nothing before the first panel
-    EXPECT_EQ(panel(), Panel::MethodPanel);
-    EXPECT_EQ(view.fileDialogCount(), 1);
 }
 
 TEST_F(Navigation, NextStaysWhenTheMethodNamesNoLaterPanel)

@@ -179,32 +179,3 @@ TEST(ImportGrid, TellsTheObserver)
     EXPECT_EQ(changes[0].firstColumn, 0);
     EXPECT_EQ(changes[0].lastColumn, 1);
 }
-
-TEST(ImportGrid, SelectionAndClear)
-{
-    ImportGrid grid;
-    grid.setTable(sample());
-    grid.setSelection(2, 1);
-    EXPECT_EQ(grid.selectionFirstRow(), 1);
-    EXPECT_EQ(grid.selectionLastRow(), 2);
-    grid.insertRow(0);
-    EXPECT_EQ(grid.selectionFirstRow(), 2);
-    EXPECT_EQ(grid.selectionLastRow(), 3);
-    grid.setSelection(0, 99);
-    EXPECT_EQ(grid.selectionFirstRow(), -1);
-
-    grid.setRowTag(0, QStringLiteral("Mapping"));
-    grid.setColumnTag(0, QStringLiteral("RowSelection"));
-    grid.setFixedColumns(1);
-    grid.setComboList(QStringLiteral("<ignore>|Name"));
-    grid.clear();
-    EXPECT_EQ(grid.rowCount(), 0);
-    EXPECT_EQ(grid.columnCount(), 0);
-    EXPECT_EQ(grid.fixedColumns(), 0);
-    EXPECT_EQ(grid.comboList(), QString());
-    grid.addColumn();
-    grid.addRow();
-    EXPECT_EQ(grid.rowTag(0), QString());
-    EXPECT_EQ(grid.columnTag(0), QString());
-    EXPECT_EQ(grid.text(0, 0), QString());
-}

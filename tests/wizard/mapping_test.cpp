@@ -1,8 +1,7 @@
 // Column mapping: the IP column's threshold and tie rule, detection switched off by an IP column
 // outside the targets, header bindings (case, list spelling, the IP column not bound twice), the
-// field map overriding them, the order of the two validation passes and their texts, the mapping
-// row inserted once and kept across the selection panel, the cell rules for editing and colours,
-// and the byte-level address test agreeing with the full one.
+// field map overriding them, the order of the two validation passes and their texts, the cell rules
+// for editing and colours, and the byte-level address test agreeing with the full one.
 #include "wizardfixture.h"
 
 #include "common/ipaddress.h"
@@ -111,42 +110,6 @@ TEST_F(Mapping, EveryRequiredColumnMustBePresentBeforeDoublesAreReported)
     wizard->next();
     EXPECT_EQ(panel(), Panel::PreviewPanel);
     EXPECT_TRUE(view.messages().isEmpty());
-}
-
-TEST_F(Mapping, MappingRowIsInsertedOnceAndSurvivesTheSelectionPanel)
-{
-    openTextToMapping("a,10.0.0.1,x\nb,10.0.0.2,y");
-    ASSERT_EQ(grid().rowCount(), 3);
-    EXPECT_EQ(grid().rowTag(0), u"Mapping"_s);
-    const CellStyle style = grid().style(0, 2);
-    EXPECT_EQ(style.foreColor, std::optional<GridColor>(0x000000));
-    EXPECT_EQ(style.backColor, std::optional<GridColor>(0xC8C8C8));
-    EXPECT_EQ(style.fontSize, std::optional<double>(10));
-    EXPECT_FALSE(style.bold);
-    EXPECT_EQ(grid().selectionFirstRow(), 0);
-    EXPECT_TRUE(wizard->state().mappingMode);
-
-    wizard->afterEdit(0, 0, u"Name"_s);
-    const QStringList mapping = rowTexts(0);
-    for (int round = 0; round < 2; ++round) {
-        wizard->next();
-        ASSERT_EQ(panel(), Panel::PreviewPanel);
-        EXPECT_EQ(grid().columnCount(), 4);
-        EXPECT_FALSE(wizard->state().mappingMode);
-        wizard->back();
-        ASSERT_EQ(panel(), Panel::MapPanel);
-        EXPECT_EQ(grid().rowCount(), 3);
-        EXPECT_EQ(grid().columnCount(), 3);
-        EXPECT_EQ(grid().fixedColumns(), 0);
-        EXPECT_EQ(rowTexts(0), mapping);
-        EXPECT_EQ(rowTexts(1), (QStringList{u"a"_s, u"10.0.0.1"_s, u"x"_s}));
-    }
-
-    // Back to the delimiter panel re-reads the file: a fresh mapping row, bound anew.
-    wizard->back();
-    wizard->next();
-    EXPECT_EQ(grid().rowCount(), 3);
-    EXPECT_EQ(rowTexts(0), (QStringList{ignore, u"IP"_s, ignore}));
 }
 
 TEST_F(Mapping, OnlyMappingCellsAreEditedAndTheirColourFollowsTheBinding)

@@ -1,14 +1,10 @@
-// Row selection and the import: the automatic selection by address columns, clicks, the space key
-// and the buttons only in selection mode, the empty-selection check, the options panel (values
-// written at the click, passing itself on without options), the rows handed to the host with their
-// columns from the mapping row (repeated targets in any case), rows never reused once the host
-// has had them, counts and summary, progress points, Cancel stopping the run at once, hidden rows
-// left out, and hosts that throw, delete their row or write odd skip flags.
+// Row selection and the import below the window: the automatic selection by address columns, the
+// rows handed to the host with their columns from the mapping row (repeated targets in any case),
+// rows never reused once the host has had them, counts and summary, progress points, hidden rows
+// left out, and hosts that throw, delete their row or write odd skip flags. Ticking by clicks,
+// keys and buttons, the options panel and Cancel are walked in the window tests.
 #include "wizardfixture.h"
 
-#include <MGImport8/importoptions.h>
-
-#include <QMetaObject>
 #include <QPointer>
 
 #include <cstring>
@@ -77,64 +73,6 @@ TEST_F(Selection, RowsStartCheckedUnlessAnAddressColumnHoldsNoAddress)
     wizard->afterEdit(0, 1, u"Location"_s);
     wizard->next();
     EXPECT_EQ(checks(), u"1111"_s);
-}
-
-TEST_F(Selection, ClicksKeysAndButtonsTickRowsOnlyInSelectionMode)
-{
-    openTextToMapping("a,10.0.0.1\nb,10.0.0.2\nc,10.0.0.3\nd,x");
-    wizard->gridClicked(1, 0); // mapping mode: no ticking
-    wizard->checkAll();
-    wizard->next();
-    ASSERT_EQ(panel(), Panel::PreviewPanel);
-    EXPECT_EQ(checks(), u"1112"_s);
-
-    wizard->gridClicked(0, 0);
-    EXPECT_EQ(grid().checkState(0, 0), CheckState::None);
-    wizard->gridClicked(2, 1); // not the check cell
-    wizard->gridClicked(4, 0);
-    EXPECT_EQ(checks(), u"1111"_s);
-
-    wizard->gridClicked(2, 0);
-    wizard->gridClicked(3, 0);
-    EXPECT_EQ(checks(), u"1221"_s);
-    grid().setSelection(2, 4);
-    wizard->toggle(); // one of three checked: it ends unchecked, the others checked
-    EXPECT_EQ(checks(), u"1112"_s);
-    wizard->gridKeyPressed(13);
-    EXPECT_EQ(checks(), u"1112"_s);
-    wizard->gridKeyPressed(WizardController::SpaceKey);
-    EXPECT_EQ(checks(), u"1221"_s);
-
-    wizard->checkAll();
-    wizard->uncheckAll();
-    EXPECT_EQ(checks(), u"2222"_s);
-    wizard->next();
-    EXPECT_EQ(takeExclamation(), u"You must select at least one row"_s);
-    EXPECT_EQ(panel(), Panel::PreviewPanel);
-}
-
-TEST_F(Selection, OptionValuesChangeAtTheClick)
-{
-    ImportOption *overwrite = engine.ImportOptions()->Add(u"Overwrite"_s, u"Overwrite nodes"_s);
-    ImportOption *ping = engine.ImportOptions()->Add(u"Ping"_s, u"Ping them"_s, true);
-    openTextToSelection("a,10.0.0.1");
-    wizard->next();
-    ASSERT_EQ(panel(), Panel::OptionsPanel);
-    const QList<OptionListRow> &options = wizard->state().options;
-    ASSERT_EQ(options.size(), 2);
-    EXPECT_EQ(options.at(0).check, CheckState::Unchecked);
-    EXPECT_EQ(options.at(0).caption, u"Overwrite nodes"_s);
-    EXPECT_EQ(options.at(1).check, CheckState::Checked);
-
-    wizard->optionClicked(0);
-    EXPECT_TRUE(overwrite->Value());
-    EXPECT_EQ(wizard->state().options.at(0).check, CheckState::Checked);
-    wizard->optionClicked(0);
-    EXPECT_FALSE(overwrite->Value());
-    wizard->optionClicked(1);
-    wizard->optionClicked(7);
-    wizard->cancel();
-    EXPECT_FALSE(ping->Value()); // kept although the wizard was cancelled
 }
 
 TEST_F(Import, CheckedRowsReachTheHostWithColumnsFromTheMappingRow)
@@ -255,24 +193,6 @@ TEST_F(Import, ProgressIsShownEveryTenRowsOfTheGrid)
     EXPECT_EQ(wizard->importedCount(), 0);
     EXPECT_EQ(wizard->skippedCount(), 25);
     EXPECT_TRUE(wizard->state().importStatus.endsWith(u"Imported 0 rows\r\nSkipped 25 rows"_s));
-}
-
-TEST_F(Import, CancelStopsTheRunBeforeTheNextRow)
-{
-    onRow = [this](ImportRow *, QString &, bool &) {
-        if (rows.size() == 5) // a click that the user interface delivers when the run yields
-            QMetaObject::invokeMethod(
-                wizard.get(), [this] { wizard->cancel(); }, Qt::QueuedConnection);
-    };
-    openTextToSelection(nodes(20));
-    wizard->next();
-    EXPECT_EQ(rows.size(), 5);
-    EXPECT_TRUE(wizard->cancelled());
-    EXPECT_TRUE(view.closed());
-    EXPECT_EQ(completed, 0);
-    EXPECT_TRUE(wizard->result());
-    EXPECT_FALSE(wizard->state().importStatus.startsWith(u"Import Complete"_s));
-    EXPECT_EQ(wizard->state().cancelCaption, u"Cancel"_s);
 }
 
 TEST_F(Import, FailingHostsStopTheRunWithTheRowNamed)
