@@ -3,7 +3,6 @@
 // - any child name under Tables, UDFs and Views is an object, and the export's spellings are
 //   left unread;
 // - a key's and an index's statement is their leading text, "<Data></Data>" is no data;
-// - a file that cannot be read is an error, one that is not XML reads as empty.
 #include "dbstructure/columnspelling.h"
 #include "dbstructure/structurefile.h"
 #include "dbstructure/structuremaintenance.h"
@@ -151,25 +150,6 @@ TEST(StructureFile, ReadsEveryNodeTheWayTheMaintenanceDoes)
     EXPECT_FALSE(seedData(nodes));
     EXPECT_TRUE(seedData(file.tables()[1].node()));
     EXPECT_TRUE(seedData(file.tables()[2].node()));
-}
-
-TEST(StructureFile, UnreadableFilesFailAndNonXmlReadsEmpty)
-{
-    MGImport8::Test::TempFolder folder;
-    const StructureFile missing = StructureFile::load(folder.path() + u"/none.xml"_s);
-    EXPECT_FALSE(missing.loaded());
-    EXPECT_FALSE(missing.loadError().isEmpty());
-    EXPECT_FALSE(StructureFile::load(folder.path()).loaded());
-
-    for (const QByteArray &text : {QByteArray("not xml at all"),
-                                   QByteArray("<DatabaseStructure><Database><Tables><Table "
-                                              "Name=\"T\"></Tables>"),
-                                   QByteArray()}) {
-        const StructureFile file = StructureFile::load(folder.write(u"bad.xml"_s, text));
-        EXPECT_TRUE(file.loaded());
-        EXPECT_EQ(file.tables().size(), 0u) << text.constData();
-        EXPECT_EQ(file.createDatabaseStatement(), QString());
-    }
 }
 
 TEST(ColumnSpelling, CharacterTypesCarryTheirLength)

@@ -9,9 +9,9 @@
 //   only a NUL, which no quoting carries, is refused;
 // - wrong passwords, closed ports, missing databases and empty tables give their exact messages,
 //   and no message ever holds the password;
-// - server discovery lists the network's instances then the registered servers once each, asks
-//   for a login name first under SQL security, and when it cannot start leaves its status
-//   showing and the list as it was.
+// - server discovery lists the network's instances then the registered servers once each, and
+//   when it cannot start leaves its status showing and the list as it was (the login name asked
+//   for first under SQL security is the window test's).
 #include "wizardfixture.h"
 
 #include "common/connectionstring.h"
@@ -160,16 +160,6 @@ TEST_F(DatabasePath, readsQueriesAsWrittenAndTablesUpToTheLimit)
     EXPECT_EQ(grid().rowCount(), 1);
     wizard->next();
     EXPECT_EQ(takeExclamation(), u"Please select a Database Table with data in it."_s);
-
-    // A name is a name: the one below is looked up whole, and "many" is still there after it.
-    wizard->selectTable(u"many\"; DROP TABLE many; --"_s);
-    ASSERT_EQ(view.messages().size(), 1);
-    EXPECT_TRUE(view.messages().first().text.startsWith(
-        u"Cannot open 'many\"; DROP TABLE many; --' table within 'Inventory'\r\n"_s));
-    view.clearMessages();
-    EXPECT_EQ(grid().rowCount(), 0);
-    wizard->selectTable(u"many"_s);
-    EXPECT_EQ(grid().rowCount(), 5001);
 
     wizard->selectTable(u"no_such_table"_s);
     ASSERT_EQ(view.messages().size(), 1);
@@ -340,19 +330,6 @@ TEST_F(DatabasePath, discoversNetworkThenRegisteredServersOnceEach)
             statuses.append(state.statusMessage);
     });
 
-    // SQL security without a login name: nothing is discovered.
-    wizard->setIntegratedSecurity(false);
-    wizard->setLoginName(u"   "_s);
-    wizard->openServerList();
-    ASSERT_EQ(view.messages().size(), 1);
-    EXPECT_EQ(view.messages().first().text,
-              u"Please enter a valid username for the SQL Server Login Name."_s);
-    EXPECT_EQ(view.messages().first().icon, MessageIcon::Critical);
-    EXPECT_EQ(view.messages().first().title, u"Login name needed"_s);
-    EXPECT_TRUE(responder.requests().isEmpty());
-    view.clearMessages();
-
-    wizard->setIntegratedSecurity(true);
     wizard->openServerList();
     EXPECT_TRUE(view.messages().isEmpty()) << messageTexts().join(u'\n').toStdString();
     EXPECT_EQ(wizard->state().servers, (QStringList{u"host"_s, u"host\\Sales"_s, u"backup"_s}));
