@@ -1,7 +1,7 @@
 // The grid model and the pieces of the window that are not panels:
 // - the model over ImportGrid passes QAbstractItemModelTester through a table's arrival, the
 //   mapping row's insertion, the tick column moving and shrinking, bulk tick changes and a clear;
-// - roles: ticks only in check cells, colours as 0x00BBGGRR, bold and font size;
+// - roles: ticks only in check cells, bold and font size (colours the window walk reads);
 // - legacy file patterns become Qt name filters (table-driven);
 // - every method icon key has a picture of its own, drawn afresh (not stretched) at twice the scale.
 #include "qtwarnings.h"
@@ -101,14 +101,6 @@ TEST_F(GridModelTest, FollowsTheGridThroughAWizardRunsChanges)
     grid.clear();
     EXPECT_EQ(model.rowCount(), 0);
     EXPECT_EQ(model.columnCount(), 0);
-}
-
-TEST_F(GridModelTest, ColoursAreReadAsBlueGreenRed)
-{
-    EXPECT_EQ(ImportGridModel::color(0xFF0000), QColor(0, 0, 255));
-    EXPECT_EQ(ImportGridModel::color(0xFFC8C8), QColor(200, 200, 255));
-    EXPECT_EQ(ImportGridModel::color(0x0000FF), QColor(255, 0, 0));
-    EXPECT_EQ(ImportGridModel::color(0x12345678), QColor(0x78, 0x56, 0x34)); // top byte ignored
 }
 
 TEST_F(GridModelTest, ModelLetsGoOfTheGridWhenItGoes)
