@@ -60,26 +60,16 @@ TEST_F(Navigation, NextStaysWhenTheMethodNamesNoLaterPanel)
     EXPECT_FALSE(view.busy());
 }
 
-TEST_F(Navigation, UnreadableAndEmptyFilesKeepTheWizardOnItsPanel)
+// A file that vanishes between panels: coming back re-reads it, and Next refuses. A file missing
+// from the start and an empty one are the window tests'.
+TEST_F(Navigation, AFileThatVanishesBetweenPanelsKeepsTheWizardOnTheFilePanel)
 {
     chooseMethod(u"Text"_s);
     wizard->next();
-    wizard->setFilename(folder.path() + u"/missing.csv"_s);
-    wizard->next();
-    EXPECT_EQ(panel(), Panel::FilePanel);
-    ASSERT_EQ(view.messages().size(), 1);
-    EXPECT_TRUE(view.messages().first().text.startsWith(u"Cannot open 'missing.csv'\r\n"_s));
-    EXPECT_GT(view.messages().first().text.size(), 27); // the reason follows
-    view.clearMessages();
-
     const QString empty = writeFile(u"empty.csv"_s, {});
     wizard->setFilename(empty);
     wizard->next();
     EXPECT_EQ(panel(), Panel::DelimiterPanel);
-    wizard->next();
-    EXPECT_EQ(takeExclamation(), u"Please select a file with data in it."_s);
-
-    // A file that vanishes between panels: coming back re-reads it, and Next refuses.
     QFile::remove(empty);
     wizard->back();
     wizard->next();
