@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace NodeInventory {
 
-MainWindow::MainWindow(NodeStore &store, QWidget *parent)
+MainWindow::MainWindow(InventoryStore &store, QWidget *parent)
     : QMainWindow(parent)
     , m_store(store)
     , m_model(new NodeTableModel(this))

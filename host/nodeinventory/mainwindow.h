@@ -1,7 +1,7 @@
 #pragma once
 
 #include "nodeinventory/nodetablemodel.h"
-#include "nodestore/nodestore.h"
+#include "nodestore/inventorystore.h"
 
 #include <QMainWindow>
 
@@ -17,7 +17,7 @@ class MainWindow : public QMainWindow
     Q_OBJECT
 
 public:
-    explicit MainWindow(NodeStore &store, QWidget *parent = nullptr);
+    explicit MainWindow(InventoryStore &store, QWidget *parent = nullptr);
 
     /// Runs the Import Wizard and shows what it changed.
     void importNodes();
@@ -25,7 +25,7 @@ public:
     void refresh();
 
 private:
-    NodeStore &m_store;
+    InventoryStore &m_store;
     NodeTableModel *m_model = nullptr;
     QTableView *m_table = nullptr;
     QLabel *m_status = nullptr;

@@ -4,11 +4,13 @@
 #include <MGImport8/importoptions.h>
 #include <MGImport8/importrow.h>
 
+#include <stdexcept>
+
 using namespace Qt::StringLiterals;
 
 namespace NodeInventory {
 
-NodeImporter::NodeImporter(NodeStore &store, QObject *parent)
+NodeImporter::NodeImporter(InventoryStore &store, QObject *parent)
     : QObject(parent)
     , m_store(store)
 {
@@ -72,18 +74,23 @@ void NodeImporter::takeRow(MGImport8::ImportRow *row, QString &status, bool &ski
     }
     const MGImport8::ImportOption *overwrite = m_engine.ImportOptions()->Item(
         QString::fromUtf16(OverwriteOption));
-    const NodeStore::Applied applied = m_store.apply(*row, QString::fromUtf16(IPColumn),
-                                                     overwrite && overwrite->Value());
+    const InventoryStore::Applied applied = m_store.apply(*row, QString::fromUtf16(IPColumn),
+                                                          overwrite && overwrite->Value());
+    if (m_store.failed()) {
+        // The store, not the row, failed (a server gone mid-import): stop the import here, with
+        // the store's reason in the wizard's message, rather than skip every row that is left.
+        throw std::runtime_error(m_store.lastError().toStdString());
+    }
     status = applied.status;
-    skip = applied.outcome == NodeStore::Outcome::Skipped;
+    skip = applied.outcome == InventoryStore::Outcome::Skipped;
     switch (applied.outcome) {
-    case NodeStore::Outcome::Added:
+    case InventoryStore::Outcome::Added:
         ++m_summary.added;
         break;
-    case NodeStore::Outcome::Updated:
+    case InventoryStore::Outcome::Updated:
         ++m_summary.updated;
         break;
-    case NodeStore::Outcome::Skipped:
+    case InventoryStore::Outcome::Skipped:
         ++m_summary.skipped;
         break;
     }

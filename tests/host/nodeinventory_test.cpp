@@ -5,6 +5,7 @@
 #include "nodeinventory/nodeimporter.h"
 #include "nodeinventory/nodetablemodel.h"
 #include "nodestore/addresstext.h"
+#include "nodestore/nodestore.h"
 #include "testsupport.h"
 #include "wizard/headlessview.h"
 #include "wizard/wizardcontroller.h"

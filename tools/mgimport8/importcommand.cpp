@@ -5,7 +5,7 @@
 
 #include "common/yesno.h"
 #include "methods/sourcekind.h"
-#include "nodestore/nodestore.h"
+#include "nodestore/inventorystore.h"
 #include "wizard/headlessview.h"
 #include "wizard/importgrid.h"
 #include "wizard/wizardcontroller.h"
@@ -17,6 +17,9 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+
+#include <memory>
+#include <stdexcept>
 
 using namespace Qt::StringLiterals;
 
@@ -110,8 +113,10 @@ struct ImportOptionSet
                                   u"auto (rows with valid addresses) or all (default auto)."_s,
                                   u"auto|all"_s, u"auto"_s};
     const QCommandLineOption into{u"into"_s,
-                                  u"Imports into this node store (SQLite) instead of printing."_s,
-                                  u"FILE"_s};
+                                  u"Imports into this node store instead of printing: an SQLite "
+                                  u"file, postgresql://user@host/database or "
+                                  u"sqlserver://user@host/database."_s,
+                                  u"STORE"_s};
     const QCommandLineOption sheet{u"sheet"_s, u"Worksheet of a workbook, 1-based (default 1)."_s,
                                    u"N"_s, u"1"_s};
     const QCommandLineOption table{u"table"_s,
@@ -417,12 +422,18 @@ int runImport(const QStringList &arguments)
     Engine engine;
     configureEngine(engine, options);
 
-    NodeInventory::NodeStore store;
+    std::unique_ptr<NodeInventory::InventoryStore> store;
     const bool intoStore = !options.into.isEmpty();
-    if (intoStore && (!store.open(options.into) || !store.begin())) {
-        err() << "mgimport8 import: cannot open the node store " << options.into << ": "
-              << store.lastError() << '\n';
-        return InputUnreadable;
+    if (intoStore) {
+        QString error;
+        store = NodeInventory::openInventoryStore(options.into, &error);
+        if (store && !store->begin())
+            error = store->lastError();
+        if (!store || !error.isEmpty()) {
+            err() << "mgimport8 import: cannot open the node store " << options.into << ": "
+                  << error << '\n';
+            return InputUnreadable;
+        }
     }
     const ImportOption *overwriteOption = engine.ImportOptions()->Item(u"Overwrite"_s);
     const bool overwrite = !overwriteOption || overwriteOption->Value();
@@ -432,10 +443,13 @@ int runImport(const QStringList &arguments)
             out() << rowToJson(*row) << '\n';
             return;
         }
-        const NodeInventory::NodeStore::Applied applied = store.apply(*row, options.ipColumn,
-                                                                      overwrite);
+        const NodeInventory::InventoryStore::Applied applied = store->apply(*row, options.ipColumn,
+                                                                            overwrite);
+        // A store that cannot take rows any more stops the import; a row it refused is a skip.
+        if (store->failed())
+            throw std::runtime_error(store->lastError().toStdString());
         status = applied.status;
-        skip = applied.outcome == NodeInventory::NodeStore::Outcome::Skipped;
+        skip = applied.outcome == NodeInventory::InventoryStore::Outcome::Skipped;
         out() << "{\"Status\": " << jsonString(status)
               << ", \"Skip\": " << (skip ? "true" : "false") << ", \"Row\": " << rowToJson(*row)
               << "}\n";
@@ -467,11 +481,11 @@ int runImport(const QStringList &arguments)
     if (wizard.result()) {
         // The import panel was reached but the run did not complete (a host handler failed).
         if (intoStore)
-            store.rollback();
+            store->rollback();
         return InputUnreadable;
     }
-    if (intoStore && !store.commit()) {
-        err() << "mgimport8 import: the node store could not be written: " << store.lastError()
+    if (intoStore && !store->commit()) {
+        err() << "mgimport8 import: the node store could not be written: " << store->lastError()
               << '\n';
         return InputUnreadable;
     }

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "nodestore/inventorystore.h"
+
+#include <QString>
+
+namespace NodeInventory {
+
+/// The inventory kept in the `Nodes` table of a monitoring database on a server, built from the
+/// shipped structure file (MonitoringDatabase.PostgreSQL.xml, MonitoringDatabase.SQLServer.xml).
+/// Several hosts may import into it at once: every row is one upsert keyed by the IP address,
+/// and each row runs behind a savepoint, so a row the server refuses is skipped alone and a
+/// lock conflict between two imports is retried instead of losing the row.
+///
+/// Locations:
+///   postgresql://[user[:password]@][host][:port]/database[?host=/socket/folder]
+///   sqlserver://[user[:password]@]host[:port]/database[?instance=NAME]   (no user: Kerberos)
+///   sqlserver:ODBC-CONNECTION-STRING                                      (handed to the driver)
+class ServerNodeStore final : public InventoryStore
+{
+public:
+    enum class Kind { None, PostgreSQL, SQLServer };
+
+    /// How many times a row that lost a lock conflict with another import is tried again.
+    static constexpr int ConflictRetries = 5;
+    /// Seconds a login may take before the store gives up on the server.
+    static constexpr int LoginTimeoutSeconds = 20;
+
+    ServerNodeStore();
+    ~ServerNodeStore() override;
+    ServerNodeStore(const ServerNodeStore &) = delete;
+    ServerNodeStore &operator=(const ServerNodeStore &) = delete;
+
+    static Kind kindOf(const QString &location);
+
+    /// Connects and checks that the database holds the inventory's `Nodes` table. False, with the
+    /// reason in `lastError()`, when it cannot.
+    bool open(const QString &location);
+    bool isOpen() const override;
+    QString lastError() const override;
+    Kind kind() const { return m_kind; }
+    /// The location without its password, for messages and titles.
+    QString displayName() const { return m_display; }
+
+    bool begin() override;
+    bool commit() override;
+    void rollback() override;
+    Applied apply(const MGImport8::ImportRow &row, const QString &ipColumn, bool overwrite) override;
+    bool failed() const override { return m_failed; }
+
+    QList<Node> nodes() const override;
+    int count() const override;
+
+    /// The server's process or session id of this store's connection (tests cut it).
+    QString sessionId() const;
+
+private:
+    bool connectTo(const QString &location);
+    bool exec(const QString &statement);
+    void lose(const QString &reason);
+
+    QString m_connection;
+    QString m_lastError;
+    QString m_display;
+    Kind m_kind = Kind::None;
+    bool m_failed = false;
+};
+
+} // namespace NodeInventory
