@@ -189,6 +189,22 @@ bool ServerNodeStore::begin()
         m_lastError = errorText(db.lastError());
         return false;
     }
+    // Imports into one inventory take turns. Two long transactions upserting overlapping
+    // addresses in different orders would each hold a row the other waits for, and a row retried
+    // behind its savepoint still waits on the rows taken before it; so each import holds the
+    // inventory's lock until it commits or rolls back, and the next one waits for it.
+    const QString lock = m_kind == Kind::PostgreSQL
+                             ? u"SELECT pg_advisory_xact_lock(%1)"_s.arg(ImportLockKey)
+                             : u"DECLARE @granted int; EXEC @granted = sp_getapplock @Resource = "
+                               "N'MGImport8.inventory', @LockMode = 'Exclusive', @LockOwner = "
+                               "'Transaction', @LockTimeout = -1; IF @granted < 0 RAISERROR("
+                               "'The inventory lock was not granted.', 16, 1)"_s;
+    if (!exec(lock)) {
+        const QString reason = m_lastError;
+        rollback();
+        m_lastError = u"Cannot start an import on %1: %2"_s.arg(m_display, reason);
+        return false;
+    }
     return true;
 }
 

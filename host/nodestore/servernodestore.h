@@ -8,9 +8,10 @@ namespace NodeInventory {
 
 /// The inventory kept in the `Nodes` table of a monitoring database on a server, built from the
 /// shipped structure file (MonitoringDatabase.PostgreSQL.xml, MonitoringDatabase.SQLServer.xml).
-/// Several hosts may import into it at once: every row is one upsert keyed by the IP address,
-/// and each row runs behind a savepoint, so a row the server refuses is skipped alone and a
-/// lock conflict between two imports is retried instead of losing the row.
+/// Several hosts may import into it at once: their imports take turns on a lock held for the
+/// import's transaction, every row is one upsert keyed by the IP address (so a writer that takes
+/// no lock loses nothing either), and each row runs behind a savepoint, so a row the server
+/// refuses is skipped alone and a lock conflict is retried instead of losing the row.
 ///
 /// Locations:
 ///   postgresql://[user[:password]@][host][:port]/database[?host=/socket/folder]
@@ -23,6 +24,8 @@ public:
 
     /// How many times a row that lost a lock conflict with another import is tried again.
     static constexpr int ConflictRetries = 5;
+    /// The advisory lock an import holds on a PostgreSQL inventory until it ends.
+    static constexpr qint64 ImportLockKey = 4803577282;
     /// Seconds a login may take before the store gives up on the server.
     static constexpr int LoginTimeoutSeconds = 20;
 
