@@ -13,6 +13,8 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QTextStream>
 
 #include <algorithm>
@@ -101,6 +103,12 @@ int main(int argc, char **argv)
         return 0;
     }
     NodeInventory::MainWindow window(*store);
+    // Installed, the library lies in the lib folder beside bin; in the build tree, in lib/.
+    const QString libDir = QCoreApplication::applicationDirPath() + u"/../"_s;
+    window.setStructureFolder(
+        QFileInfo::exists(libDir + QStringLiteral(NODEINVENTORY_LIBDIR))
+            ? QDir(libDir + QStringLiteral(NODEINVENTORY_LIBDIR)).absolutePath()
+            : QDir(libDir + u"lib"_s).absolutePath());
     window.show();
     return QApplication::exec();
 }

@@ -106,8 +106,11 @@ bool ServerNodeStore::connectTo(const QString &location)
         if (port > 0)
             db.setPort(port);
         db.setDatabaseName(database);
-        db.setUserName(url.userName(QUrl::FullyDecoded));
-        db.setPassword(url.password(QUrl::FullyDecoded));
+        // Credentials may come as ?user= and ?password= too, beside a socket folder.
+        const QString user = query.queryItemValue(u"user"_s, QUrl::FullyDecoded);
+        db.setUserName(user.isEmpty() ? url.userName(QUrl::FullyDecoded) : user);
+        db.setPassword(user.isEmpty() ? url.password(QUrl::FullyDecoded)
+                                      : query.queryItemValue(u"password"_s, QUrl::FullyDecoded));
         db.setConnectOptions(u"connect_timeout=%1"_s.arg(LoginTimeoutSeconds));
         return true;
     }
@@ -331,6 +334,15 @@ int ServerNodeStore::count() const
     if (!query.exec(u"SELECT COUNT(*) FROM nodes"_s) || !query.next())
         return 0;
     return query.value(0).toInt();
+}
+
+bool ServerNodeStore::grantInventoryRights(const QString &account)
+{
+    if (m_kind != Kind::PostgreSQL)
+        return true;
+    const QString role = u'"' + QString(account).replace(u"\""_s, u"\"\""_s) + u'"';
+    return exec(u"GRANT SELECT, INSERT, UPDATE ON nodes, interfaces TO %1"_s.arg(role))
+           && exec(u"GRANT SELECT ON nodetypes, serviceports TO %1"_s.arg(role));
 }
 
 QString ServerNodeStore::sessionId() const

@@ -54,6 +54,11 @@ public:
     QList<Node> nodes() const override;
     int count() const override;
 
+    /// Lets `account` read and write the inventory's tables (PostgreSQL; on SQL Server the
+    /// database roles that SQLAdmin::CreateUserID grants already do). False, with the server's
+    /// reason in `lastError()`, when it cannot.
+    bool grantInventoryRights(const QString &account);
+
     /// The server's process or session id of this store's connection (tests cut it).
     QString sessionId() const;
 
