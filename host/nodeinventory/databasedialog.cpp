@@ -97,7 +97,7 @@ DatabaseDialog::DatabaseDialog(const QString &structureFolder, QWidget *parent)
     find->setObjectName(u"cmdFindServers"_s);
     serverRow->addWidget(m_serverName, 1);
     serverRow->addWidget(find);
-    serverForm->addRow(u"&Server:"_s, serverRow);
+    serverForm->addRow(u"Server:"_s, serverRow);
     m_integrated = new QCheckBox(u"Log in with my own &identity"_s, serverBox);
     m_integrated->setObjectName(u"chkIntegratedSecurity"_s);
     serverForm->addRow(QString(), m_integrated);
