@@ -6,13 +6,17 @@
 // - a row the server refuses (a name too long for its column) is skipped alone and the import
 //   goes on in the same transaction;
 // - a connection cut mid-import fails the store with a clear message, the commit is refused and
-//   the database keeps exactly the nodes it had before the import.
+//   the database keeps exactly the nodes it had before the import;
+// - dialog server names become the store locations that reach the same server;
+// - with MGIMPORT8_TEST_MSSQL, the same on a real SQL Server built from its structure files.
 #include "nodestore/servernodestore.h"
 
 #include "pgcluster.h"
 #include "testsupport.h"
 
+#include "common/connectionstring.h"
 #include "engine/libraryaccess.h"
+#include "sqladmin/managementserver.h"
 #include <MGImport8/importrow.h>
 #include <MGImport8/sqladmin.h>
 
@@ -166,4 +170,55 @@ TEST(ServerNodeStorePostgres, ACutConnectionFailsTheImportAndKeepsTheDatabaseAsI
     const QList<Node> nodes = again.nodes();
     ASSERT_EQ(nodes.size(), 1);
     EXPECT_EQ(nodes[0].name, u"kept"_s);
+}
+
+// The same inventory on a real SQL Server through FreeTDS, when MGIMPORT8_TEST_MSSQL holds a
+// system administrator's FreeTDS connection string ("SERVER=host;PORT=1433;UID=sa;PWD=..."):
+// the database is built from the previous structure version, upgraded to the current one, and
+// takes, skips and updates rows as the PostgreSQL one does.
+TEST(ServerNodeStoreSqlServer, RealServer)
+{
+    const QString target = qEnvironmentVariable("MGIMPORT8_TEST_MSSQL");
+    if (target.isEmpty())
+        GTEST_SKIP() << "MGIMPORT8_TEST_MSSQL names no SQL Server (a FreeTDS connection string)";
+    const auto entries = MGImport8::ConnectionString::parse(target);
+    QString server = entries.text(u"SERVER"_s);
+    if (!entries.text(u"PORT"_s).isEmpty())
+        server += u',' + entries.text(u"PORT"_s);
+    MGImport8::SQLAdmin admin;
+    admin.setServerName(server);
+    admin.setUseIntegratedNTSecurity(entries.text(u"UID"_s).isEmpty());
+    admin.setLoginName(entries.text(u"UID"_s));
+    admin.setLoginPassword(entries.text(u"PWD"_s));
+    ASSERT_TRUE(admin.Connect(true)) << admin.LastError().toStdString();
+    const QString database = u"mgimport8_inventory"_s;
+    if (admin.DatabaseExist(database)) {
+        ASSERT_TRUE(admin.SQLServer()->executeImmediate(u"DROP DATABASE "_s + database));
+    }
+    const QString folder = QStringLiteral(MGIMPORT8_SHIPPED_FILES);
+    ASSERT_TRUE(admin.BuildDatabase(database, admin.DefaultDataPath(),
+                                    folder + u"/MonitoringDatabase.SQLServer.1.xml"_s))
+        << admin.LastError().toStdString();
+    ASSERT_TRUE(admin.UpdateDatabaseStructure(admin.GetDatabase(database),
+                                              folder + u"/MonitoringDatabase.SQLServer.xml"_s))
+        << admin.LastError().toStdString();
+    EXPECT_TRUE(admin.UpdateTrace().contains(u"Added Index (IX_Nodes_Name) to Nodes"_s));
+
+    QString odbc = target;
+    if (!entries.text(u"DRIVER"_s).isEmpty())
+        odbc += u";DATABASE="_s + database;
+    else
+        odbc = u"DRIVER={FreeTDS};TDS_Version=7.4;DATABASE="_s + database + u';' + target;
+    QString error;
+    const auto store = openInventoryStore(u"sqlserver:"_s + odbc, &error);
+    ASSERT_TRUE(store) << error.toStdString();
+    ASSERT_TRUE(store->begin()) << store->lastError().toStdString();
+    EXPECT_EQ(outcomes(*store, {{u"10.0.0.2"_s, u"b"_s}, {u"10.0.0.2"_s, u"b2"_s}}, false),
+              u"Added 10.0.0.2 | Skipped: 10.0.0.2 is already in the inventory"_s);
+    EXPECT_EQ(outcomes(*store, {{u"10.0.0.2"_s, u"b3"_s}, {u"10.0.0.1"_s, u"a"_s}}, true),
+              u"Updated 10.0.0.2 | Added 10.0.0.1"_s);
+    ASSERT_TRUE(store->commit()) << store->lastError().toStdString();
+    const QList<Node> nodes = store->nodes();
+    ASSERT_EQ(nodes.size(), 2);
+    EXPECT_EQ(nodes[1].name, u"b3"_s);
 }
