@@ -5,16 +5,23 @@
 //   the progress bar and the step fed by SQLAdmin's signals and the trace shown afterwards;
 // - Create Account makes an account that can write nodes, and Use Database hands the window a
 //   location under that account, through which the window's imports then go;
-// - Upgrade Structure brings a database of the previous structure version up to the current one.
+// - Upgrade Structure brings a database of the previous structure version up to the current one;
+// - Node Inventory's importer, under the wizard, fills the server inventory from the sample file,
+//   and a cancelled import leaves it exactly as it was.
 #include "nodeinventory/databasedialog.h"
 #include "nodeinventory/mainwindow.h"
+#include "nodeinventory/nodeimporter.h"
 #include "nodestore/nodestore.h"
 #include "nodestore/servernodestore.h"
 
 #include "engine/libraryaccess.h"
 #include "pgcluster.h"
 #include "testsupport.h"
+#include "wizard/headlessview.h"
+#include "wizard/wizardcontroller.h"
 
+#include <MGImport8/importoption.h>
+#include <MGImport8/importoptions.h>
 #include <MGImport8/importrow.h>
 
 #include <QApplication>
@@ -207,6 +214,74 @@ TEST(DatabaseDialog, UpgradesADatabaseOfThePreviousStructure)
     click(dialog, u"cmdUpgradeDatabase"_s);
     EXPECT_FALSE(status(dialog).isEmpty());
     EXPECT_FALSE(status(dialog).contains(u"up to date"_s));
+}
+
+namespace {
+
+// Imports the sample through Node Inventory's importer under the headless wizard, every row
+// ticked; `stopAfter` rows into the run the user presses Cancel.
+ImportSummary importSample(InventoryStore &store, bool overwrite, int stopAfter = -1)
+{
+    NodeImporter importer(store);
+    importer.engine().ImportOptions()->Item(u"Overwrite"_s)->setValue(overwrite);
+    MGImport8::HeadlessView view;
+    view.setFileAnswer(QStringLiteral(MGIMPORT8_EXAMPLES_DIR "/nodes.csv"));
+    MGImport8::WizardController wizard(importer.engine(), view);
+    int rows = 0;
+    QObject::connect(&importer.engine(), &MGImport8::Engine::NewRow, &importer,
+                     [&](MGImport8::ImportRow *, QString &, bool &) {
+                         if (++rows == stopAfter)
+                             wizard.cancel();
+                     });
+    EXPECT_TRUE(importer.begin());
+    wizard.start();
+    const auto &methods = wizard.state().methods;
+    for (int row = 0; row < methods.size(); ++row) {
+        if (methods.at(row).name == u"Text File"_s)
+            wizard.selectMethodRow(row);
+    }
+    while (wizard.state().currentPanel != MGImport8::Panel::ImportPanel) {
+        const MGImport8::Panel before = wizard.state().currentPanel;
+        if (before == MGImport8::Panel::PreviewPanel)
+            wizard.checkAll();
+        wizard.next();
+        if (wizard.state().currentPanel == before) {
+            ADD_FAILURE() << "the wizard stayed on its panel";
+            break;
+        }
+    }
+    return importer.finish();
+}
+
+} // namespace
+
+TEST(DatabaseDialog, TheImporterFillsTheServerInventoryAndACancelKeepsNothing)
+{
+    MGIMPORT8_REQUIRE_POSTGRES(cluster);
+    DatabaseDialog dialog(shippedFolder);
+    connectTo(dialog, cluster);
+    type(dialog, u"DatabaseName"_s, u"dialog_import"_s);
+    click(dialog, u"cmdBuildDatabase"_s);
+    click(dialog, u"cmdUseDatabase"_s);
+    QString error;
+    const auto store = openInventoryStore(dialog.location(), &error);
+    ASSERT_TRUE(store) << error.toStdString();
+
+    const ImportSummary cancelled = importSample(*store, false, 5);
+    EXPECT_FALSE(cancelled.completed);
+    EXPECT_EQ(store->count(), 0);
+
+    const ImportSummary first = importSample(*store, false);
+    EXPECT_TRUE(first.completed) << first.error.toStdString();
+    EXPECT_EQ(first.added, 14);
+    const ImportSummary again = importSample(*store, true);
+    EXPECT_EQ(again.updated, 14);
+    EXPECT_EQ(store->count(), 14);
+    const QList<Node> nodes = store->nodes();
+    EXPECT_EQ(nodes.first().ip, u"10.20.0.1"_s);
+
+    EXPECT_FALSE(importSample(*store, true, 3).completed);
+    EXPECT_EQ(store->count(), 14);
 }
 
 int main(int argc, char **argv)
