@@ -45,6 +45,8 @@ ImportSummary NodeImporter::finish()
     m_open = false;
     if (!m_complete) {
         m_store.rollback();
+        if (m_store.failed())
+            m_summary.error = m_store.lastError();
         return m_summary;
     }
     if (!m_store.commit()) {

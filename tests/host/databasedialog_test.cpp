@@ -7,7 +7,8 @@
 //   location under that account, through which the window's imports then go;
 // - Upgrade Structure brings a database of the previous structure version up to the current one;
 // - Node Inventory's importer, under the wizard, fills the server inventory from the sample file,
-//   and a cancelled import leaves it exactly as it was.
+//   a cancelled import leaves it exactly as it was, and one whose connection is cut stops with
+//   the store's reason and keeps nothing.
 #include "nodeinventory/databasedialog.h"
 #include "nodeinventory/mainwindow.h"
 #include "nodeinventory/nodeimporter.h"
@@ -38,6 +39,8 @@
 #include <QTest>
 
 #include <gtest/gtest.h>
+
+#include <functional>
 
 using namespace Qt::StringLiterals;
 using namespace NodeInventory;
@@ -220,7 +223,8 @@ namespace {
 
 // Imports the sample through Node Inventory's importer under the headless wizard, every row
 // ticked; `stopAfter` rows into the run the user presses Cancel.
-ImportSummary importSample(InventoryStore &store, bool overwrite, int stopAfter = -1)
+ImportSummary importSample(InventoryStore &store, bool overwrite, int stopAfter = -1,
+                           const std::function<void(int)> &afterRow = {})
 {
     NodeImporter importer(store);
     importer.engine().ImportOptions()->Item(u"Overwrite"_s)->setValue(overwrite);
@@ -232,6 +236,8 @@ ImportSummary importSample(InventoryStore &store, bool overwrite, int stopAfter 
                      [&](MGImport8::ImportRow *, QString &, bool &) {
                          if (++rows == stopAfter)
                              wizard.cancel();
+                         if (afterRow)
+                             afterRow(rows);
                      });
     EXPECT_TRUE(importer.begin());
     wizard.start();
@@ -282,6 +288,25 @@ TEST(DatabaseDialog, TheImporterFillsTheServerInventoryAndACancelKeepsNothing)
 
     EXPECT_FALSE(importSample(*store, true, 3).completed);
     EXPECT_EQ(store->count(), 14);
+
+    // The connection cut after the third row: the import stops with the store's reason and the
+    // table keeps what it had.
+    ASSERT_TRUE(cluster->psql(u"dialog_import"_s, u"DELETE FROM nodes WHERE ip LIKE '10.30.%'"_s));
+    auto *server = dynamic_cast<ServerNodeStore *>(store.get());
+    ASSERT_NE(server, nullptr);
+    const QString session = server->sessionId();
+    const ImportSummary cut = importSample(*store, true, -1, [&](int row) {
+        if (row == 3) {
+            EXPECT_TRUE(
+                cluster->psql(u"postgres"_s, u"SELECT pg_terminate_backend(%1)"_s.arg(session)));
+        }
+    });
+    EXPECT_FALSE(cut.completed);
+    EXPECT_TRUE(cut.error.startsWith(u"The connection to the inventory on"_s))
+        << cut.error.toStdString();
+    ServerNodeStore after;
+    ASSERT_TRUE(after.open(dialog.location())) << after.lastError().toStdString();
+    EXPECT_EQ(after.count(), 12);
 }
 
 int main(int argc, char **argv)
