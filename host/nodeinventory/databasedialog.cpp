@@ -13,8 +13,6 @@
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QUrl>
-#include <QUrlQuery>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -25,54 +23,7 @@ namespace {
 
 constexpr auto DefaultDatabase = u"monitoring";
 
-QString encoded(const QString &text)
-{
-    return QString::fromLatin1(QUrl::toPercentEncoding(text));
-}
-
 } // namespace
-
-QString inventoryLocation(const QString &serverType, const QString &server, const QString &database,
-                          const QString &user, const QString &password)
-{
-    const QString credentials = user.isEmpty() ? QString()
-                                               : encoded(user) + u':' + encoded(password) + u'@';
-    if (serverType == MGImport8::SQLAdmin::PostgreSqlType) {
-        QString host = server;
-        QString port;
-        const qsizetype colon = server.lastIndexOf(u':');
-        if (colon > 0 && !server.endsWith(u']')) {
-            host = server.left(colon);
-            port = server.mid(colon + 1);
-        }
-        if (host.startsWith(u'/')) {
-            // A socket folder travels as ?host=, since a path cannot stand in the authority.
-            QUrlQuery query;
-            query.addQueryItem(u"host"_s, encoded(host));
-            if (!port.isEmpty())
-                query.addQueryItem(u"port"_s, port);
-            if (!user.isEmpty()) {
-                query.addQueryItem(u"user"_s, encoded(user));
-                query.addQueryItem(u"password"_s, encoded(password));
-            }
-            return u"postgresql:///"_s + encoded(database) + u'?'
-                   + query.toString(QUrl::FullyEncoded);
-        }
-        return u"postgresql://"_s + credentials + host + (port.isEmpty() ? QString() : u':' + port)
-               + u'/' + encoded(database);
-    }
-    QString host = server;
-    QString suffix;
-    if (const qsizetype comma = server.indexOf(u','); comma > 0) {
-        host = server.left(comma) + u':' + server.mid(comma + 1).trimmed();
-    } else if (const qsizetype slash = server.indexOf(u'\\'); slash > 0) {
-        host = server.left(slash);
-        suffix = u"?instance="_s + encoded(server.mid(slash + 1));
-    }
-    if (host == u"(local)"_s || host == u"."_s)
-        host = u"localhost"_s;
-    return u"sqlserver://"_s + credentials + host + u'/' + encoded(database) + suffix;
-}
 
 DatabaseDialog::DatabaseDialog(const QString &structureFolder, QWidget *parent)
     : QDialog(parent)
@@ -309,8 +260,8 @@ bool DatabaseDialog::createAccount()
     if (m_admin.ServerType() == MGImport8::SQLAdmin::PostgreSqlType) {
         ServerNodeStore store;
         const QString admin = m_integrated->isChecked() ? QString() : m_loginName->text();
-        if (!store.open(inventoryLocation(m_admin.ServerType(), m_admin.ServerName(), database,
-                                          admin, m_loginPassword->text()))
+        if (!store.open(ServerNodeStore::locationFor(m_admin.ServerType(), m_admin.ServerName(),
+                                                     database, admin, m_loginPassword->text()))
             || !store.grantInventoryRights(account)) {
             report(u"The account %1 was created, but cannot be given the inventory's tables: %2"_s
                        .arg(account, store.lastError()));
@@ -326,12 +277,15 @@ void DatabaseDialog::useDatabase()
 {
     const QString database = m_databaseName->text().trimmed();
     if (m_accountReady) {
-        m_location = inventoryLocation(m_admin.ServerType(), m_admin.ServerName(), database,
-                                       m_accountName->text().trimmed(), m_accountPassword->text());
+        m_location = ServerNodeStore::locationFor(m_admin.ServerType(), m_admin.ServerName(),
+                                                  database, m_accountName->text().trimmed(),
+                                                  m_accountPassword->text());
     } else {
-        m_location = inventoryLocation(m_admin.ServerType(), m_admin.ServerName(), database,
-                                       m_integrated->isChecked() ? QString() : m_loginName->text(),
-                                       m_loginPassword->text());
+        m_location = ServerNodeStore::locationFor(m_admin.ServerType(), m_admin.ServerName(),
+                                                  database,
+                                                  m_integrated->isChecked() ? QString()
+                                                                            : m_loginName->text(),
+                                                  m_loginPassword->text());
     }
     accept();
 }

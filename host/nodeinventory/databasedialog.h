@@ -77,10 +77,4 @@ private:
     bool m_accountReady = false;
 };
 
-/// The inventory location of `database` on `server` as SQLAdmin names servers ("host",
-/// "host:port", "/socket/folder:port" on PostgreSQL; "host\INSTANCE", "host,port" on SQL Server),
-/// logging in as `user` with `password`, or by the user's own identity when `user` is empty.
-QString inventoryLocation(const QString &serverType, const QString &server, const QString &database,
-                          const QString &user, const QString &password);
-
 } // namespace NodeInventory

@@ -8,6 +8,8 @@
 #include <QUrlQuery>
 #include <QUuid>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace NodeInventory {
@@ -68,9 +70,117 @@ ServerNodeStore::Kind ServerNodeStore::kindOf(const QString &location)
     return Kind::None;
 }
 
+ServerNodeStore::Location ServerNodeStore::parseLocation(const QString &location)
+{
+    Location parsed;
+    parsed.kind = kindOf(location);
+    if (parsed.kind == Kind::None) {
+        parsed.error = u"%1 names no server"_s.arg(location);
+        return parsed;
+    }
+    const QString rawPrefix = u"sqlserver:"_s;
+    if (parsed.kind == Kind::SQLServer && !location.mid(rawPrefix.size()).startsWith(u"//"_s)) {
+        // A connection string of the caller's own: handed over as it stands, never displayed.
+        parsed.odbc = location.mid(rawPrefix.size());
+        parsed.display = u"sqlserver:(connection string)"_s;
+        return parsed;
+    }
+    const QUrl url(location, QUrl::StrictMode);
+    // The database is decoded only after the check, so that an encoded "/" stays in the name.
+    const QString path = url.path(QUrl::FullyEncoded).mid(1);
+    parsed.database = QUrl::fromPercentEncoding(path.toUtf8());
+    parsed.display = url.toDisplayString(QUrl::RemovePassword);
+    if (!url.isValid() || path.isEmpty() || path.contains(u'/')) {
+        parsed.error = u"%1 is not a server inventory location: it needs a database, as in "
+                       "postgresql://user@host/monitoring"_s.arg(parsed.display);
+        return parsed;
+    }
+    const QUrlQuery query(url);
+    parsed.host = url.host();
+    parsed.port = std::max(url.port(), 0);
+    parsed.user = url.userName(QUrl::FullyDecoded);
+    parsed.password = url.password(QUrl::FullyDecoded);
+    if (parsed.kind == Kind::PostgreSQL) {
+        // A socket folder comes as ?host=, since a path cannot stand in the authority; its port
+        // and credentials then come as ?port=, ?user= and ?password=, as libpq's URIs write them.
+        const QString socket = query.queryItemValue(u"host"_s, QUrl::FullyDecoded);
+        if (!socket.isEmpty())
+            parsed.host = socket;
+        if (parsed.port == 0)
+            parsed.port = std::max(query.queryItemValue(u"port"_s).toInt(), 0);
+        if (query.hasQueryItem(u"user"_s)) {
+            parsed.user = query.queryItemValue(u"user"_s, QUrl::FullyDecoded);
+            parsed.password = query.queryItemValue(u"password"_s, QUrl::FullyDecoded);
+        }
+        return parsed;
+    }
+    QString server = parsed.host;
+    const QString instance = query.queryItemValue(u"instance"_s, QUrl::FullyDecoded);
+    if (!instance.isEmpty())
+        server += u'\\' + instance;
+    parsed.odbc = u"DRIVER=%1;SERVER=%2;DATABASE=%3;TDS_Version=7.4"_s.arg(braced(freeTdsDriver()),
+                                                                           braced(server),
+                                                                           braced(parsed.database));
+    if (parsed.port > 0)
+        parsed.odbc += u";PORT=%1"_s.arg(parsed.port);
+    if (parsed.user.isEmpty())
+        parsed.odbc += u";Trusted_Connection=Yes"_s;
+    else
+        parsed.odbc += u";UID=%1;PWD=%2"_s.arg(braced(parsed.user), braced(parsed.password));
+    return parsed;
+}
+
+QString ServerNodeStore::locationFor(const QString &serverType, const QString &server,
+                                     const QString &database, const QString &user,
+                                     const QString &password)
+{
+    const auto encoded = [](const QString &text) {
+        return QString::fromLatin1(QUrl::toPercentEncoding(text));
+    };
+    const QString credentials = user.isEmpty() ? QString()
+                                               : encoded(user) + u':' + encoded(password) + u'@';
+    if (serverType.compare(u"PostgreSQL"_s, Qt::CaseInsensitive) == 0) {
+        QString host = server;
+        QString port;
+        const qsizetype colon = server.lastIndexOf(u':');
+        if (colon > 0 && !server.endsWith(u']')) {
+            host = server.left(colon);
+            port = server.mid(colon + 1);
+        }
+        if (host.startsWith(u'/')) {
+            // A socket folder travels as ?host=, since a path cannot stand in the authority.
+            QString query = u"host="_s + encoded(host);
+            if (!port.isEmpty())
+                query += u"&port="_s + encoded(port);
+            if (!user.isEmpty())
+                query += u"&user="_s + encoded(user) + u"&password="_s + encoded(password);
+            return u"postgresql:///"_s + encoded(database) + u'?' + query;
+        }
+        return u"postgresql://"_s + credentials + host + (port.isEmpty() ? QString() : u':' + port)
+               + u'/' + encoded(database);
+    }
+    QString host = server;
+    QString suffix;
+    if (const qsizetype comma = server.indexOf(u','); comma > 0) {
+        host = server.left(comma) + u':' + server.mid(comma + 1).trimmed();
+    } else if (const qsizetype slash = server.indexOf(u'\\'); slash > 0) {
+        host = server.left(slash);
+        suffix = u"?instance="_s + encoded(server.mid(slash + 1));
+    }
+    if (host == u"(local)"_s || host == u"."_s)
+        host = u"localhost"_s;
+    return u"sqlserver://"_s + credentials + host + u'/' + encoded(database) + suffix;
+}
+
 bool ServerNodeStore::connectTo(const QString &location)
 {
-    m_kind = kindOf(location);
+    const Location parsed = parseLocation(location);
+    m_kind = parsed.kind;
+    m_display = parsed.display;
+    if (!parsed.error.isEmpty()) {
+        m_lastError = parsed.error;
+        return false;
+    }
     const QString driver = m_kind == Kind::PostgreSQL ? u"QPSQL"_s : u"QODBC"_s;
     if (!QSqlDatabase::isDriverAvailable(driver)) {
         m_lastError
@@ -80,56 +190,18 @@ bool ServerNodeStore::connectTo(const QString &location)
         return false;
     }
     QSqlDatabase db = QSqlDatabase::addDatabase(driver, m_connection);
-    const QString rawPrefix = u"sqlserver:"_s;
-    if (m_kind == Kind::SQLServer && !location.mid(rawPrefix.size()).startsWith(u"//"_s)) {
-        // A connection string of the caller's own: handed over as it stands, never displayed.
-        db.setDatabaseName(location.mid(rawPrefix.size()));
-        m_display = u"sqlserver:(connection string)"_s;
+    if (m_kind == Kind::SQLServer) {
+        db.setDatabaseName(parsed.odbc);
+        db.setConnectOptions(u"SQL_ATTR_LOGIN_TIMEOUT=%1"_s.arg(LoginTimeoutSeconds));
         return true;
     }
-    const QUrl url(location, QUrl::StrictMode);
-    const QString database = url.path().mid(1);
-    if (!url.isValid() || database.isEmpty() || database.contains(u'/')) {
-        m_lastError = u"%1 is not a server inventory location: it needs a database, as in "
-                      "postgresql://user@host/monitoring"_s.arg(
-                          url.toDisplayString(QUrl::RemovePassword));
-        return false;
-    }
-    m_display = url.toDisplayString(QUrl::RemovePassword);
-    const QUrlQuery query(url);
-    if (m_kind == Kind::PostgreSQL) {
-        // A socket folder comes as ?host=, since a path cannot stand in the authority.
-        const QString socket = query.queryItemValue(u"host"_s, QUrl::FullyDecoded);
-        db.setHostName(socket.isEmpty() ? url.host() : socket);
-        // With a socket folder the port comes as ?port= as well, the way libpq's own URIs write it.
-        const int port = url.port() > 0 ? url.port() : query.queryItemValue(u"port"_s).toInt();
-        if (port > 0)
-            db.setPort(port);
-        db.setDatabaseName(database);
-        // Credentials may come as ?user= and ?password= too, beside a socket folder.
-        const QString user = query.queryItemValue(u"user"_s, QUrl::FullyDecoded);
-        db.setUserName(user.isEmpty() ? url.userName(QUrl::FullyDecoded) : user);
-        db.setPassword(user.isEmpty() ? url.password(QUrl::FullyDecoded)
-                                      : query.queryItemValue(u"password"_s, QUrl::FullyDecoded));
-        db.setConnectOptions(u"connect_timeout=%1"_s.arg(LoginTimeoutSeconds));
-        return true;
-    }
-    QString server = url.host();
-    const QString instance = query.queryItemValue(u"instance"_s, QUrl::FullyDecoded);
-    if (!instance.isEmpty())
-        server += u'\\' + instance;
-    QString odbc = u"DRIVER=%1;SERVER=%2;DATABASE=%3;TDS_Version=7.4"_s.arg(braced(freeTdsDriver()),
-                                                                            braced(server),
-                                                                            braced(database));
-    if (url.port() > 0)
-        odbc += u";PORT=%1"_s.arg(url.port());
-    if (url.userName().isEmpty())
-        odbc += u";Trusted_Connection=Yes"_s;
-    else
-        odbc += u";UID=%1;PWD=%2"_s.arg(braced(url.userName(QUrl::FullyDecoded)),
-                                        braced(url.password(QUrl::FullyDecoded)));
-    db.setDatabaseName(odbc);
-    db.setConnectOptions(u"SQL_ATTR_LOGIN_TIMEOUT=%1"_s.arg(LoginTimeoutSeconds));
+    db.setHostName(parsed.host);
+    if (parsed.port > 0)
+        db.setPort(parsed.port);
+    db.setDatabaseName(parsed.database);
+    db.setUserName(parsed.user);
+    db.setPassword(parsed.password);
+    db.setConnectOptions(u"connect_timeout=%1"_s.arg(LoginTimeoutSeconds));
     return true;
 }
 

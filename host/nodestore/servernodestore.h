@@ -36,6 +36,32 @@ public:
 
     static Kind kindOf(const QString &location);
 
+    /// A location taken apart: the server's host (or socket folder), port, database and
+    /// credentials, or for SQL Server the ODBC connection string; `error` says why it is not one.
+    struct Location
+    {
+        Kind kind = Kind::None;
+        QString host;
+        int port = 0;
+        QString database;
+        QString user;
+        QString password;
+        QString odbc;
+        /// The location without its password, for messages.
+        QString display;
+        QString error;
+    };
+    static Location parseLocation(const QString &location);
+
+    /// The location of `database` on `server` as SQLAdmin names servers of `serverType`
+    /// ("host", "host:port", "[v6]:port", "/socket/folder:port" on PostgreSQL; "host",
+    /// "host\INSTANCE", "host,port", "(local)" on SQL Server), logging in as `user` with
+    /// `password`, or by the user's own identity when `user` is empty. Every name and
+    /// credential reads back unchanged through parseLocation().
+    static QString locationFor(const QString &serverType, const QString &server,
+                               const QString &database, const QString &user,
+                               const QString &password);
+
     /// Connects and checks that the database holds the inventory's `Nodes` table. False, with the
     /// reason in `lastError()`, when it cannot.
     bool open(const QString &location);

@@ -89,34 +89,6 @@ void connectTo(DatabaseDialog &dialog, PgCluster *cluster)
 
 } // namespace
 
-// Server names as SQLAdmin and the dialog take them become store locations that reach the same
-// server, with credentials encoded so that any character survives.
-TEST(DatabaseDialog, ServerNamesBecomeStoreLocations)
-{
-    const struct
-    {
-        QString type, server, user, password, location;
-    } cases[] = {
-        {u"PostgreSQL"_s, u"db"_s, u"inv"_s, u"pw"_s, u"postgresql://inv:pw@db/monitoring"_s},
-        {u"PostgreSQL"_s, u"db:6543"_s, QString(), QString(), u"postgresql://db:6543/monitoring"_s},
-        {u"PostgreSQL"_s, u"[::1]:5433"_s, u"inv"_s, u"p@ss:/"_s,
-         u"postgresql://inv:p%40ss%3A%2F@[::1]:5433/monitoring"_s},
-        {u"PostgreSQL"_s, u"/run/postgresql:5432"_s, u"inv"_s, u"a&b"_s,
-         u"postgresql:///monitoring?host=%2Frun%2Fpostgresql&port=5432&user=inv&password=a%26b"_s},
-        {u"SQLServer"_s, u"db\\NODES"_s, u"sa"_s, u"x"_s,
-         u"sqlserver://sa:x@db/monitoring?instance=NODES"_s},
-        {u"SQLServer"_s, u"db, 1533"_s, QString(), QString(), u"sqlserver://db:1533/monitoring"_s},
-        {u"SQLServer"_s, u"(local)"_s, QString(), QString(), u"sqlserver://localhost/monitoring"_s},
-    };
-    for (const auto &c : cases) {
-        const QString location = inventoryLocation(c.type, c.server, u"monitoring"_s, c.user,
-                                                   c.password);
-        EXPECT_EQ(location, c.location) << c.server.toStdString();
-        EXPECT_EQ(ServerNodeStore::kindOf(location) == ServerNodeStore::Kind::PostgreSQL,
-                  c.type == u"PostgreSQL"_s);
-    }
-}
-
 TEST(DatabaseDialog, OffersTheRegisteredServers)
 {
     MGImport8::Test::TempFolder config;

@@ -91,6 +91,38 @@ TEST(ServerNodeStoreLocation, SchemesChooseTheStoreAndBadLocationsSayWhy)
     EXPECT_FALSE(store.lastError().contains(u"secret"_s));
 }
 
+// Server names as SQLAdmin and the dialog take them become store locations that reach the same
+// server, with credentials encoded so that any character survives.
+TEST(ServerNodeStoreLocation, ServerNamesBecomeLocationsThatReadBackUnchanged)
+{
+    const struct
+    {
+        QString type, server, user, password, location;
+    } cases[] = {
+        {u"PostgreSQL"_s, u"db"_s, u"inv"_s, u"pw"_s, u"postgresql://inv:pw@db/monitoring"_s},
+        {u"PostgreSQL"_s, u"db:6543"_s, QString(), QString(), u"postgresql://db:6543/monitoring"_s},
+        {u"PostgreSQL"_s, u"[::1]:5433"_s, u"inv"_s, u"p@ss:/"_s,
+         u"postgresql://inv:p%40ss%3A%2F@[::1]:5433/monitoring"_s},
+        {u"PostgreSQL"_s, u"/run/postgresql:5432"_s, u"inv"_s, u"a&b"_s,
+         u"postgresql:///monitoring?host=%2Frun%2Fpostgresql&port=5432&user=inv&password=a%26b"_s},
+        {u"SQLServer"_s, u"db\\NODES"_s, u"sa"_s, u"x"_s,
+         u"sqlserver://sa:x@db/monitoring?instance=NODES"_s},
+        {u"SQLServer"_s, u"db, 1533"_s, QString(), QString(), u"sqlserver://db:1533/monitoring"_s},
+        {u"SQLServer"_s, u"(local)"_s, QString(), QString(), u"sqlserver://localhost/monitoring"_s},
+    };
+    for (const auto &c : cases) {
+        const QString location = ServerNodeStore::locationFor(c.type, c.server, u"monitoring"_s,
+                                                              c.user, c.password);
+        EXPECT_EQ(location, c.location) << c.server.toStdString();
+        const ServerNodeStore::Location parsed = ServerNodeStore::parseLocation(location);
+        EXPECT_EQ(parsed.kind == ServerNodeStore::Kind::PostgreSQL, c.type == u"PostgreSQL"_s);
+        EXPECT_EQ(parsed.error, QString());
+        EXPECT_EQ(QString(parsed.user + u'|' + parsed.password),
+                  QString(c.user + u'|' + c.password));
+        EXPECT_EQ(parsed.database, u"monitoring"_s);
+    }
+}
+
 TEST(ServerNodeStorePostgres, RefusesADatabaseWithoutTheNodesTable)
 {
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
