@@ -25,9 +25,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const QString location = ServerNodeStore::locationFor(type, fields[0], fields[1], fields[2],
                                                           fields[3]);
     const ServerNodeStore::Location parsed = ServerNodeStore::parseLocation(location);
-    static const QRegularExpression plainServer(
-        u"^(/[A-Za-z0-9_./-]*|[A-Za-z0-9][A-Za-z0-9.-]*)(:[0-9]{1,5})?$"_s);
-    if (!plainServer.match(fields[0]).hasMatch() || fields[1].isEmpty())
+    static const QRegularExpression plainServer(QRegularExpression::anchoredPattern(
+        u"(/[A-Za-z0-9_./-]*|[A-Za-z0-9]+([.-][A-Za-z0-9]+)*)(:[0-9]{1,4})?"_s));
+    // A socket folder names a PostgreSQL server only; a host name keeps to a DNS label's length.
+    if (!plainServer.match(fields[0]).hasMatch() || fields[0].size() > 63 || fields[1].isEmpty()
+        || (fields[0].startsWith(u'/') && type != u"PostgreSQL"_s))
         return 0;
     if (!parsed.error.isEmpty() || parsed.database != fields[1] || parsed.user != fields[2]
         || (!fields[2].isEmpty() && parsed.password != fields[3]))

@@ -90,7 +90,14 @@ ServerNodeStore::Location ServerNodeStore::parseLocation(const QString &location
     const QString path = url.path(QUrl::FullyEncoded).mid(1);
     parsed.database = QUrl::fromPercentEncoding(path.toUtf8());
     parsed.display = url.toDisplayString(QUrl::RemovePassword);
-    if (!url.isValid() || path.isEmpty() || path.contains(u'/')) {
+    if (!url.isValid()) {
+        parsed.error = u"%1 is not a server inventory location: %2"_s
+                           .arg(parsed.display.isEmpty() ? location.section(u'@', -1)
+                                                         : parsed.display,
+                                url.errorString());
+        return parsed;
+    }
+    if (path.isEmpty() || path.contains(u'/')) {
         parsed.error = u"%1 is not a server inventory location: it needs a database, as in "
                        "postgresql://user@host/monitoring"_s.arg(parsed.display);
         return parsed;
