@@ -8,6 +8,7 @@
 #include "benchsupport.h"
 
 #include "nodeinventory/nodeimporter.h"
+#include "nodestore/nodestore.h"
 #include "wizard/headlessview.h"
 #include "wizard/wizardcontroller.h"
 

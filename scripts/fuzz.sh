@@ -17,6 +17,7 @@ targets+=(ssrp)
 targets+=(connectionstring)
 targets+=(workbook xls)
 targets+=(dictionary structurefile)
+targets+=(inventorylocation)
 # The .xls reader starts from the shared workbooks, read in place.
 extra[xls]="${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/spreadsheets/calamine ${MGIMPORT8_CORPUS_DIR:-$root/../shared/corpus}/spreadsheets/xlrd -max_len=1048576"
 cmake --build "$build" --parallel "$(nproc)" --target "${targets[@]/%/_fuzz}"

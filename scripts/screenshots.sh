@@ -9,3 +9,8 @@ build=${1:-"$root/build"}
 cmake --build "$build" --target mgimport8-screenshots
 QT_QPA_PLATFORM=offscreen "$build/bin/mgimport8-screenshots" "$root/docs/screenshots"
 ls "$root/docs/screenshots"
+# The Database dialog, halfway through building the monitoring database on a throwaway cluster.
+if cmake --build "$build" --target node-inventory-database-screenshot; then
+    QT_QPA_PLATFORM=offscreen "$build/bin/node-inventory-database-screenshot" \
+        "$build/lib" "$root/docs/screenshots/database-dialog.png"
+fi

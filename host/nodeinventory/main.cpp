@@ -1,15 +1,20 @@
-// Node Inventory: a small network-monitoring host that keeps its nodes in SQLite and imports them
-// through the MGImport8 Import Wizard.
+// Node Inventory: a small network-monitoring host that keeps its nodes in SQLite, or in the
+// monitoring database on a server, and imports them through the MGImport8 Import Wizard.
 //
-//   node-inventory [--store FILE]          the window (needs a display)
-//   node-inventory [--store FILE] --list   prints the inventory, no display needed
-//   node-inventory --store-path            prints where the inventory is kept
+//   node-inventory [--store STORE]          the window (needs a display)
+//   node-inventory [--store STORE] --list   prints the inventory, no display needed
+//   node-inventory --store-path             prints where the inventory is kept
+//
+// STORE is an SQLite file, postgresql://user@host/database or sqlserver://user@host/database.
 #include "nodeinventory/mainwindow.h"
+#include "nodestore/inventorystore.h"
 #include "nodestore/nodestore.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QTextStream>
 
 #include <algorithm>
@@ -31,7 +36,7 @@ bool wantsWindow(int argc, char **argv)
     return true;
 }
 
-void printInventory(const NodeInventory::NodeStore &store)
+void printInventory(const NodeInventory::InventoryStore &store)
 {
     QTextStream out(stdout);
     const QList<NodeInventory::Node> nodes = store.nodes();
@@ -70,8 +75,11 @@ int main(int argc, char **argv)
     QCommandLineParser parser;
     parser.setApplicationDescription(u"Keeps network nodes and imports them with MGImport8."_s);
     parser.addHelpOption();
-    const QCommandLineOption storeOption(u"store"_s, u"The inventory file (SQLite)."_s, u"FILE"_s,
-                                         NodeInventory::NodeStore::defaultPath());
+    const QCommandLineOption
+        storeOption(u"store"_s,
+                    u"The inventory: an SQLite file, or postgresql://user@host/database, or "
+                    u"sqlserver://user@host/database."_s,
+                    u"STORE"_s, NodeInventory::NodeStore::defaultPath());
     const QCommandLineOption listOption(u"list"_s, u"Prints the inventory and exits."_s);
     const QCommandLineOption pathOption(u"store-path"_s,
                                         u"Prints where the inventory is kept and exits."_s);
@@ -83,17 +91,24 @@ int main(int argc, char **argv)
         QTextStream(stdout) << path << '\n';
         return 0;
     }
-    NodeInventory::NodeStore store;
-    if (!store.open(path)) {
-        QTextStream(stderr) << "node-inventory: cannot open " << path << ": " << store.lastError()
-                            << '\n';
+    QString error;
+    const std::unique_ptr<NodeInventory::InventoryStore> store
+        = NodeInventory::openInventoryStore(path, &error);
+    if (!store) {
+        QTextStream(stderr) << "node-inventory: cannot open " << path << ": " << error << '\n';
         return 1;
     }
     if (parser.isSet(listOption)) {
-        printInventory(store);
+        printInventory(*store);
         return 0;
     }
-    NodeInventory::MainWindow window(store);
+    NodeInventory::MainWindow window(*store);
+    // Installed, the library lies in the lib folder beside bin; in the build tree, in lib/.
+    const QString libDir = QCoreApplication::applicationDirPath() + u"/../"_s;
+    window.setStructureFolder(
+        QFileInfo::exists(libDir + QStringLiteral(NODEINVENTORY_LIBDIR))
+            ? QDir(libDir + QStringLiteral(NODEINVENTORY_LIBDIR)).absolutePath()
+            : QDir(libDir + u"lib"_s).absolutePath());
     window.show();
     return QApplication::exec();
 }

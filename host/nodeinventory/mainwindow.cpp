@@ -1,5 +1,6 @@
 #include "nodeinventory/mainwindow.h"
 
+#include "nodeinventory/databasedialog.h"
 #include "nodeinventory/nodeimporter.h"
 
 #include <QHeaderView>
@@ -15,9 +16,9 @@ using namespace Qt::StringLiterals;
 
 namespace NodeInventory {
 
-MainWindow::MainWindow(NodeStore &store, QWidget *parent)
+MainWindow::MainWindow(InventoryStore &store, QWidget *parent)
     : QMainWindow(parent)
-    , m_store(store)
+    , m_store(&store)
     , m_model(new NodeTableModel(this))
     , m_table(new QTableView(this))
     , m_status(new QLabel(this))
@@ -31,6 +32,10 @@ MainWindow::MainWindow(NodeStore &store, QWidget *parent)
     importButton->setObjectName(u"cmdImport"_s);
     toolBar->addWidget(importButton);
     connect(importButton, &QPushButton::clicked, this, &MainWindow::importNodes);
+    auto *databaseButton = new QPushButton(u"&Database..."_s, toolBar);
+    databaseButton->setObjectName(u"cmdDatabase"_s);
+    toolBar->addWidget(databaseButton);
+    connect(databaseButton, &QPushButton::clicked, this, &MainWindow::chooseDatabase);
 
     m_table->setObjectName(u"Nodes"_s);
     m_table->setModel(m_model);
@@ -46,16 +51,42 @@ MainWindow::MainWindow(NodeStore &store, QWidget *parent)
     refresh();
 }
 
+MainWindow::~MainWindow() = default;
+
+void MainWindow::chooseDatabase()
+{
+    DatabaseDialog dialog(m_structureFolder, this);
+    if (dialog.exec() == QDialog::Accepted && !dialog.location().isEmpty())
+        useStore(dialog.location());
+}
+
+bool MainWindow::useStore(const QString &location)
+{
+    QString error;
+    std::unique_ptr<InventoryStore> store = openInventoryStore(location, &error);
+    if (!store) {
+        QMessageBox::critical(this, windowTitle(),
+                              u"The inventory could not be opened; the current one stays in "
+                              u"use.\n\n"_s
+                                  + error);
+        return false;
+    }
+    m_ownStore = std::move(store);
+    m_store = m_ownStore.get();
+    refresh();
+    return true;
+}
+
 void MainWindow::refresh()
 {
-    m_model->setNodes(m_store.nodes());
+    m_model->setNodes(m_store->nodes());
     m_table->resizeColumnsToContents();
     m_status->setText(u"%1 nodes"_s.arg(m_model->rowCount()));
 }
 
 void MainWindow::importNodes()
 {
-    NodeImporter importer(m_store);
+    NodeImporter importer(*m_store);
     connect(&importer, &NodeImporter::waiting, this, [this](const QString &status) {
         m_status->setText(status);
         m_status->repaint();

@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 
 namespace NodeInventory {
 
-NodeImporter::NodeImporter(NodeStore &store, QObject *parent)
+NodeImporter::NodeImporter(InventoryStore &store, QObject *parent)
     : QObject(parent)
     , m_store(store)
 {
@@ -45,6 +45,8 @@ ImportSummary NodeImporter::finish()
     m_store.setWaitNotice({});
     if (!m_complete || !m_summary.stopped.isEmpty()) {
         m_store.rollback();
+        if (m_store.failed())
+            m_summary.error = m_store.lastError();
         return m_summary;
     }
     if (!m_store.commit()) {
@@ -74,22 +76,22 @@ void NodeImporter::takeRow(MGImport8::ImportRow *row, QString &status, bool &ski
     }
     const MGImport8::ImportOption *overwrite = m_engine.ImportOptions()->Item(
         QString::fromUtf16(OverwriteOption));
-    const NodeStore::Applied applied = m_store.apply(*row, QString::fromUtf16(IPColumn),
-                                                     overwrite && overwrite->Value());
+    const InventoryStore::Applied applied = m_store.apply(*row, QString::fromUtf16(IPColumn),
+                                                          overwrite && overwrite->Value());
     status = applied.status;
-    skip = applied.outcome == NodeStore::Outcome::Skipped;
+    skip = applied.outcome == InventoryStore::Outcome::Skipped;
     switch (applied.outcome) {
-    case NodeStore::Outcome::Failed:
+    case InventoryStore::Outcome::Failed:
         m_summary.stopped = m_store.lastError();
         m_engine.StopImport(m_summary.stopped);
         break;
-    case NodeStore::Outcome::Added:
+    case InventoryStore::Outcome::Added:
         ++m_summary.added;
         break;
-    case NodeStore::Outcome::Updated:
+    case InventoryStore::Outcome::Updated:
         ++m_summary.updated;
         break;
-    case NodeStore::Outcome::Skipped:
+    case InventoryStore::Outcome::Skipped:
         ++m_summary.skipped;
         break;
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "nodestore/nodestore.h"
+#include "nodestore/inventorystore.h"
 
 #include <MGImport8/engine.h>
 
@@ -39,7 +39,7 @@ public:
     static constexpr auto IPColumn = u"IP";
     static constexpr auto OverwriteOption = u"Overwrite";
 
-    explicit NodeImporter(NodeStore &store, QObject *parent = nullptr);
+    explicit NodeImporter(InventoryStore &store, QObject *parent = nullptr);
 
     MGImport8::Engine &engine() { return m_engine; }
 
@@ -59,7 +59,7 @@ Q_SIGNALS:
 private:
     void takeRow(MGImport8::ImportRow *row, QString &status, bool &skip);
 
-    NodeStore &m_store;
+    InventoryStore &m_store;
     MGImport8::Engine m_engine;
     ImportSummary m_summary;
     bool m_open = false;

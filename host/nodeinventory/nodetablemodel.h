@@ -1,6 +1,6 @@
 #pragma once
 
-#include "nodestore/nodestore.h"
+#include "nodestore/inventorystore.h"
 
 #include <QAbstractTableModel>
 #include <QList>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <MGImport8/importrow.h>
+#include "nodestore/inventorystore.h"
 
 #include <QSqlDatabase>
 #include <QString>
@@ -13,18 +13,6 @@ struct sqlite3_stmt;
 
 namespace NodeInventory {
 
-/// One node as the inventory keeps it.
-struct Node
-{
-    QString ip;
-    QString name;
-    QString description;
-    QString location;
-    QString contact;
-    /// Values of any other imported column, as a JSON object.
-    QString extra;
-};
-
 /// The demo host's node store: SQLite, one row per node, keyed by the node's IP address in its
 /// canonical dotted form. Shared by Node Inventory and `mgimport8 import --into`.
 ///
@@ -33,19 +21,9 @@ struct Node
 /// while another import holds it), `commit` once the import ran to its end, `rollback` otherwise,
 /// so a cancelled or failed import leaves the store as it was. Between `begin` and the end of the
 /// transaction the store's two statements stay prepared.
-class NodeStore
+class NodeStore final : public InventoryStore
 {
 public:
-    /// `Failed`: the store could not take the row for a reason that is not the row's own (locked,
-    /// read-only, full, gone); the reason is in `lastError()` and the import must stop.
-    enum class Outcome { Added, Updated, Skipped, Failed };
-    struct Applied
-    {
-        Outcome outcome = Outcome::Skipped;
-        /// The status text the wizard shows for the row.
-        QString status;
-    };
-
     /// The `nodes` table's layout, stamped in the file's `user_version`.
     static constexpr int SchemaVersion = 1;
     /// Stamped in the file's `application_id`: "MG8N".
@@ -53,7 +31,7 @@ public:
     static constexpr int DefaultBusyTimeoutMs = 30000;
 
     NodeStore();
-    ~NodeStore();
+    ~NodeStore() override;
     NodeStore(const NodeStore &) = delete;
     NodeStore &operator=(const NodeStore &) = delete;
 
@@ -65,31 +43,31 @@ public:
     /// version of the `nodes` table) is refused untouched. False, with the reason in
     /// `lastError()`, when it cannot.
     bool open(const QString &path);
-    bool isOpen() const;
-    QString lastError() const;
+    bool isOpen() const override;
+    QString lastError() const override;
 
     /// How long `begin` and `commit` wait for another writer before they give up.
-    void setBusyTimeout(int milliseconds) { m_busyTimeoutMs = milliseconds; }
+    void setBusyTimeout(int milliseconds) override { m_busyTimeoutMs = milliseconds; }
     int busyTimeout() const { return m_busyTimeoutMs; }
     /// Told once when `begin` finds the store held by another writer and starts to wait.
-    void setWaitNotice(std::function<void(const QString &)> notice)
+    void setWaitNotice(std::function<void(const QString &)> notice) override
     {
         m_waitNotice = std::move(notice);
     }
 
-    bool begin();
+    bool begin() override;
     bool inTransaction() const { return m_inTransaction; }
-    bool commit();
-    void rollback();
+    bool commit() override;
+    void rollback() override;
 
     /// Applies one imported row: a row without a valid IP address in `ipColumn` is skipped; a new
     /// IP is added; an existing one is updated when `overwrite` is set and skipped otherwise.
     /// Opens the transaction first when `begin` has not.
-    Applied apply(const MGImport8::ImportRow &row, const QString &ipColumn, bool overwrite);
+    Applied apply(const MGImport8::ImportRow &row, const QString &ipColumn, bool overwrite) override;
 
     /// Every node, ordered by IP address.
-    QList<Node> nodes() const;
-    int count() const;
+    QList<Node> nodes() const override;
+    int count() const override;
 
 private:
     bool checkLayout(QSqlDatabase &db, const QString &path);

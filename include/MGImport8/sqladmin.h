@@ -128,6 +128,10 @@ public:
     /// True when a usable management library (here: the Qt SQL driver of the server type) is
     /// present, after any repair.
     Q_INVOKABLE bool TestDMO();
+    /// The servers a user may choose from: the SQL Servers that answer discovery on the network
+    /// (none for `ServerType` "PostgreSQL"), then the registered servers, each once. Why either
+    /// list could not be read goes to `LastError`, which is cleared otherwise.
+    Q_INVOKABLE QStringList AvailableServers();
     /// Names of the server's databases, in the server's own order; empty when not connected.
     QStringList Databases() const;
     bool Connected() const;

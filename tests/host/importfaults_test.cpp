@@ -10,6 +10,7 @@
 // - two hundred wizard runs in one process leave its resident memory where it was.
 // (The PostgreSQL server stopped during a read is covered with the server reader's tests.)
 #include "nodeinventory/nodeimporter.h"
+#include "nodestore/nodestore.h"
 #include "testsupport.h"
 #include "wizard/headlessview.h"
 #include "wizard/wizardcontroller.h"

@@ -4,9 +4,11 @@
 #include "nodeinventory/mainwindow.h"
 #include "nodeinventory/nodeimporter.h"
 #include "nodeinventory/nodetablemodel.h"
+#include "nodestore/nodestore.h"
 #include "testsupport.h"
 #include "wizard/headlessview.h"
 #include "wizard/wizardcontroller.h"
+
 #include <MGImport8/ipaddress.h>
 
 #include <MGImport8/importoption.h>

@@ -6,6 +6,7 @@
 
 #include "common/yesno.h"
 #include "methods/sourcekind.h"
+#include "nodestore/inventorystore.h"
 #include "nodestore/nodestore.h"
 #include "wizard/delimiterdetect.h"
 #include "wizard/headermatch.h"
@@ -20,6 +21,8 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -121,8 +124,10 @@ struct ImportOptionSet
                                   u"auto (rows with valid addresses) or all (default auto)."_s,
                                   u"auto|all"_s, u"auto"_s};
     const QCommandLineOption into{u"into"_s,
-                                  u"Imports into this node store (SQLite) instead of printing."_s,
-                                  u"FILE"_s};
+                                  u"Imports into this node store instead of printing: an SQLite "
+                                  u"file, postgresql://user@host/database or "
+                                  u"sqlserver://user@host/database."_s,
+                                  u"STORE"_s};
     const QCommandLineOption wait{u"wait"_s,
                                   u"Seconds to wait for a node store that another import is "
                                   "writing to (default 30)."_s,
@@ -473,15 +478,26 @@ int runImport(const QStringList &arguments)
     Engine engine;
     configureEngine(engine, options);
 
-    NodeInventory::NodeStore store;
+    std::unique_ptr<NodeInventory::InventoryStore> store;
     const bool intoStore = !options.into.isEmpty();
-    store.setBusyTimeout(options.waitSeconds * 1000);
-    // Said at once: whoever watches the terminal should know why nothing moves.
-    store.setWaitNotice([](const QString &status) { err() << status << Qt::endl; });
-    if (intoStore && !store.open(options.into)) {
-        err() << "mgimport8 import: cannot open the node store " << options.into << ": "
-              << store.lastError() << '\n';
-        return InputUnreadable;
+    if (intoStore) {
+        QString error;
+        store = NodeInventory::openInventoryStore(options.into, &error);
+        if (store) {
+            store->setBusyTimeout(options.waitSeconds * 1000);
+            // Said at once: whoever watches the terminal should know why nothing moves.
+            store->setWaitNotice([](const QString &status) { err() << status << Qt::endl; });
+            // A server store opens its transaction (and takes the inventory's import lock) now;
+            // the SQLite store takes its write lock at the first row, so a user still choosing
+            // rows holds up nobody.
+            if (NodeInventory::isServerLocation(options.into) && !store->begin())
+                error = store->lastError();
+        }
+        if (!store || !error.isEmpty()) {
+            err() << "mgimport8 import: cannot open the node store " << options.into << ": "
+                  << error << '\n';
+            return InputUnreadable;
+        }
     }
     const ImportOption *overwriteOption = engine.ImportOptions()->Item(u"Overwrite"_s);
     const bool overwrite = !overwriteOption || overwriteOption->Value();
@@ -494,15 +510,15 @@ int runImport(const QStringList &arguments)
             rowsOut.write(*row);
             return;
         }
-        const NodeInventory::NodeStore::Applied applied = store.apply(*row, options.ipColumn,
-                                                                      overwrite);
-        if (applied.outcome == NodeInventory::NodeStore::Outcome::Failed) {
+        const NodeInventory::InventoryStore::Applied applied = store->apply(*row, options.ipColumn,
+                                                                            overwrite);
+        if (applied.outcome == NodeInventory::InventoryStore::Outcome::Failed) {
             // Not the row's fault: the wizard stops, says why once, and nothing is kept.
-            engine.StopImport(store.lastError());
+            engine.StopImport(store->lastError());
             return;
         }
         status = applied.status;
-        skip = applied.outcome == NodeInventory::NodeStore::Outcome::Skipped;
+        skip = applied.outcome == NodeInventory::InventoryStore::Outcome::Skipped;
         out() << "{\"Status\": " << jsonString(status)
               << ", \"Skip\": " << (skip ? "true" : "false") << ", \"Row\": " << rowToJson(*row)
               << "}\n";
@@ -535,15 +551,15 @@ int runImport(const QStringList &arguments)
         // The import panel was reached but the run did not complete (the store or a host handler
         // failed); the wizard's message said why.
         if (intoStore)
-            store.rollback();
+            store->rollback();
         return InputUnreadable;
     }
     if (!intoStore && !rowsOut.finish()) {
         err() << "mgimport8 import: the rows could not be written to standard output\n";
         return InputUnreadable;
     }
-    if (intoStore && !store.commit()) {
-        err() << "mgimport8 import: " << store.lastError() << '\n';
+    if (intoStore && !store->commit()) {
+        err() << "mgimport8 import: " << store->lastError() << '\n';
         return InputUnreadable;
     }
     err() << forTerminal(wizard.state().importStatus) << '\n';

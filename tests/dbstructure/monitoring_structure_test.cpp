@@ -1,0 +1,266 @@
+// The monitoring database's shipped structure files:
+// - each server type's flavours describe the same tables, views and functions, and each current
+//   file differs from its previous version by exactly Nodes' new column and new index;
+// - a database built on PostgreSQL from either version holds every table, seed row, view and
+//   function, and a second verification changes nothing (the service ports stay one row a port);
+// - a database built from the previous version and its nodes come through the upgrade, which adds
+//   only the column and the index, and leaves a database that matches a fresh build.
+#include <MGImport8/sqladmin.h>
+
+#include "dbstructure/structurefile.h"
+
+#include "pgcluster.h"
+#include "testsupport.h"
+
+#include <QSet>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+using MGImport8::SQLAdmin;
+using MGImport8::Test::PgCluster;
+namespace DbStructure = MGImport8::DbStructure;
+
+namespace {
+
+QString shipped(const QString &name)
+{
+    return QStringLiteral(MGIMPORT8_SHIPPED_FILES "/") + name;
+}
+
+const QString pgCurrent = shipped(u"MonitoringDatabase.PostgreSQL.xml"_s);
+const QString pgPrevious = shipped(u"MonitoringDatabase.PostgreSQL.1.xml"_s);
+const QString msCurrent = shipped(u"MonitoringDatabase.SQLServer.xml"_s);
+const QString msPrevious = shipped(u"MonitoringDatabase.SQLServer.1.xml"_s);
+
+// A structure file as names: "table NAME", "column TABLE.NAME TYPE", "index TABLE.NAME",
+// "key TABLE(COLS)", "seed TABLE N", "view NAME", "function NAME", all upper-cased so that the
+// two servers' spellings compare.
+QSet<QString> outline(const QString &path, bool withTypes)
+{
+    const DbStructure::StructureFile file = DbStructure::StructureFile::load(path);
+    EXPECT_TRUE(file.loaded()) << file.loadError().toStdString();
+    EXPECT_EQ(file.parseError(), QString()) << path.toStdString();
+    QSet<QString> names;
+    for (const pugi::xpath_node &node : file.tables()) {
+        const pugi::xml_node table = node.node();
+        const QString name = DbStructure::attributeText(table, "Name").toUpper();
+        names.insert(u"table "_s + name);
+        for (const pugi::xpath_node &column : table.select_nodes("Columns/*")) {
+            const DbStructure::ColumnTemplate spec = DbStructure::readColumn(column.node());
+            names.insert(u"column "_s + name + u'.' + spec.name.toUpper()
+                         + (withTypes ? u' ' + spec.dataType : QString()));
+        }
+        for (const pugi::xpath_node &index : table.select_nodes("Indexes/*"))
+            names.insert(u"index "_s + name + u'.'
+                         + DbStructure::readIndex(index.node()).columns.join(u',').toUpper());
+        const DbStructure::PrimaryKeyTemplate key = DbStructure::readPrimaryKey(table);
+        names.insert(u"key "_s + name + u'(' + key.columns.join(u',').toUpper() + u')');
+        const auto rows = table.select_nodes("Data/Rows/row");
+        names.insert(u"seed "_s + name + u' ' + QString::number(rows.size()));
+    }
+    for (const pugi::xpath_node &view : file.views())
+        names.insert(u"view "_s + DbStructure::attributeText(view.node(), "Name").toUpper());
+    for (const pugi::xpath_node &function : file.functions())
+        names.insert(u"function "_s + DbStructure::attributeText(function.node(), "Name").toUpper());
+    return names;
+}
+
+QStringList sorted(const QSet<QString> &set)
+{
+    QStringList list(set.begin(), set.end());
+    list.sort();
+    return list;
+}
+
+} // namespace
+
+TEST(MonitoringStructureFiles, FlavoursAgreeAndEachVersionAddsOneColumnAndOneIndex)
+{
+    // Names without the servers' type spellings, and without the routines' names, whose style
+    // follows each server's habits (node_summary, NodeSummary).
+    auto comparable = [](const QString &path) {
+        QSet<QString> names;
+        for (const QString &name : outline(path, false)) {
+            if (!name.startsWith(u"view "_s) && !name.startsWith(u"function "_s))
+                names.insert(QString(name).remove(u'_'));
+        }
+        return names;
+    };
+    EXPECT_EQ(sorted(comparable(pgCurrent)), sorted(comparable(msCurrent)));
+    EXPECT_EQ(sorted(comparable(pgPrevious)), sorted(comparable(msPrevious)));
+
+    const struct
+    {
+        QString previous, current;
+    } versions[] = {{pgPrevious, pgCurrent}, {msPrevious, msCurrent}};
+    for (const auto &pair : versions) {
+        const QSet<QString> before = outline(pair.previous, true);
+        const QSet<QString> after = outline(pair.current, true);
+        EXPECT_EQ(sorted(before - after), QStringList()) << pair.previous.toStdString();
+        QStringList added = sorted(after - before);
+        for (QString &name : added)
+            name = name.section(u' ', 0, 1);
+        EXPECT_EQ(added, (QStringList{u"column NODES.LASTSEEN"_s, u"index NODES.NAME"_s}))
+            << pair.current.toStdString();
+        const QSet<QString> names = outline(pair.current, false);
+        for (const QString &expected :
+             {u"key NODES(IP)"_s, u"key INTERFACES(IP,IFINDEX)"_s, u"key SERVICEPORTS(PORT)"_s,
+              u"key NODETYPES(NODETYPE)"_s, u"seed SERVICEPORTS 38"_s, u"seed NODETYPES 8"_s})
+            EXPECT_TRUE(names.contains(expected)) << expected.toStdString();
+    }
+}
+
+namespace {
+
+std::unique_ptr<SQLAdmin> connectedAdmin(PgCluster *cluster)
+{
+    auto admin = std::make_unique<SQLAdmin>();
+    admin->setServerType(SQLAdmin::PostgreSqlType);
+    admin->setServerName(cluster->socketServerName());
+    admin->setUseIntegratedNTSecurity(true);
+    EXPECT_TRUE(admin->Connect(false)) << admin->LastError().toStdString();
+    return admin;
+}
+
+QString query(PgCluster *cluster, const QString &database, const QString &sql)
+{
+    QString output;
+    EXPECT_TRUE(cluster->psql(database, sql, &output)) << output.toStdString();
+    return output.trimmed();
+}
+
+// What a team would compare after a run: the columns, keys and indexes of the public schema, the
+// views and functions, and the rows of every table.
+QString contentOf(PgCluster *cluster, const QString &database)
+{
+    return query(cluster, database,
+                 u"SELECT string_agg(table_name || '.' || column_name || ' ' || data_type || ' ' "
+                 u"|| coalesce(column_default, ''), E'\\n' ORDER BY table_name, column_name) "
+                 u"FROM information_schema.columns WHERE table_schema = 'public'"_s)
+           + u'\n'
+           + query(cluster, database,
+                   u"SELECT string_agg(indexname, ',' ORDER BY indexname) FROM pg_indexes "
+                   u"WHERE schemaname = 'public'"_s)
+           + u'\n'
+           + query(cluster, database,
+                   u"SELECT string_agg(port || servicename || enabled || system, ',' ORDER BY "
+                   u"port) FROM serviceports"_s)
+           + u'\n'
+           + query(cluster, database,
+                   u"SELECT string_agg(nodetype || typename, ',' ORDER BY nodetype) FROM "
+                   u"nodetypes"_s)
+           + u'\n'
+           + query(cluster, database,
+                   u"SELECT string_agg(ip || '=' || coalesce(name, ''), ',' ORDER BY ip) "
+                   u"FROM nodes"_s)
+           + u'\n'
+           + query(cluster, database,
+                   u"SELECT string_agg(proname, ',') FROM pg_proc WHERE pronamespace = "
+                   u"'public'::regnamespace"_s)
+           + u'\n'
+           + query(cluster, database,
+                   u"SELECT string_agg(viewname, ',') FROM pg_views WHERE schemaname = 'public'"_s);
+}
+
+struct Verification
+{
+    bool result = false;
+    QString trace;
+    QList<int> progress;
+};
+
+Verification verify(SQLAdmin &admin, const QString &database, const QString &file)
+{
+    Verification run;
+    const qsizetype start = admin.UpdateTrace().size();
+    QObject context;
+    QObject::connect(&admin, &SQLAdmin::UpdateDBStructureProgress, &context,
+                     [&run](int percent) { run.progress.append(percent); });
+    run.result = admin.UpdateDatabaseStructure(admin.GetDatabase(database), file);
+    run.trace = admin.UpdateTrace().mid(start);
+    return run;
+}
+
+// The trace lines of a run that changed something.
+QStringList changes(const QString &trace)
+{
+    QStringList lines;
+    for (const QString &line : trace.split(u"\r\n"_s)) {
+        if (line.startsWith(u"Add"_s) || line.startsWith(u"Removing"_s)
+            || line.startsWith(u"Changing"_s) || line.startsWith(u"Data Added"_s)
+            || line.startsWith(u"Cannot"_s) || line.startsWith(u"Error"_s))
+            lines.append(line);
+    }
+    return lines;
+}
+
+} // namespace
+
+TEST(MonitoringStructurePostgres, BuildsFromEitherVersionAndASecondRunChangesNothing)
+{
+    MGIMPORT8_REQUIRE_POSTGRES(cluster);
+    auto admin = connectedAdmin(cluster);
+    const struct
+    {
+        const char *database;
+        QString file;
+        bool current;
+    } cases[] = {{"monitoring_v1", pgPrevious, false}, {"monitoring_v2", pgCurrent, true}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.database);
+        const QString database = QString::fromLatin1(c.database);
+        ASSERT_TRUE(admin->BuildDatabase(database, u"/tmp"_s, c.file))
+            << admin->LastError().toStdString();
+        EXPECT_EQ(admin->LastError(), QString()) << admin->UpdateTrace().toStdString();
+        EXPECT_EQ(query(cluster, database, u"SELECT count(*) FROM serviceports"_s), u"38"_s);
+        EXPECT_EQ(query(cluster, database, u"SELECT typename FROM nodetypes WHERE nodetype = 1"_s),
+                  u"Router"_s);
+        EXPECT_EQ(query(cluster, database,
+                        u"SELECT count(*) FROM information_schema.columns WHERE table_name = "
+                        u"'nodes' AND column_name = 'lastseen'"_s),
+                  c.current ? u"1"_s : u"0"_s);
+        // The view and the function work over the inventory's rows.
+        ASSERT_TRUE(cluster->psqlSteps(
+            {{database, u"INSERT INTO nodes (ip, name, nodetype) VALUES ('10.0.0.1', 'core', 1);"
+                        u"INSERT INTO interfaces (ip, ifindex) VALUES ('10.0.0.1', 1), "
+                        u"('10.0.0.1', 2);"_s}}));
+        EXPECT_EQ(query(cluster, database,
+                        u"SELECT name || typename || interfaces || node_interface_count(ip) FROM "
+                        u"node_summary"_s),
+                  u"coreRouter22"_s);
+
+        const QString before = contentOf(cluster, database);
+        const Verification again = verify(*admin, database, c.file);
+        EXPECT_TRUE(again.result) << admin->LastError().toStdString();
+        EXPECT_EQ(changes(again.trace), QStringList()) << again.trace.toStdString();
+        EXPECT_EQ(contentOf(cluster, database), before);
+    }
+}
+
+TEST(MonitoringStructurePostgres, UpgradeKeepsTheNodesAndMatchesAFreshBuild)
+{
+    MGIMPORT8_REQUIRE_POSTGRES(cluster);
+    auto admin = connectedAdmin(cluster);
+    ASSERT_TRUE(admin->BuildDatabase(u"monitoring_upgraded"_s, u"/tmp"_s, pgPrevious));
+    ASSERT_TRUE(admin->BuildDatabase(u"monitoring_fresh"_s, u"/tmp"_s, pgCurrent));
+    const QString nodes = u"INSERT INTO nodes (ip, name, description) VALUES "
+                          u"('192.0.2.1', 'edge', 'rack 1'), ('192.0.2.2', 'core', NULL);"_s;
+    ASSERT_TRUE(
+        cluster->psqlSteps({{u"monitoring_upgraded"_s, nodes}, {u"monitoring_fresh"_s, nodes}}));
+
+    const Verification upgrade = verify(*admin, u"monitoring_upgraded"_s, pgCurrent);
+    ASSERT_TRUE(upgrade.result) << admin->LastError().toStdString();
+    EXPECT_EQ(changes(upgrade.trace), (QStringList{u"Added Nodes.lastseen to Database"_s,
+                                                   u"Adding Index to Database Table Nodes"_s,
+                                                   u"Added Index (nodes_name_idx) to Nodes"_s}))
+        << upgrade.trace.toStdString();
+    EXPECT_FALSE(upgrade.progress.isEmpty());
+    EXPECT_EQ(upgrade.progress.constLast(), 100);
+    EXPECT_EQ(contentOf(cluster, u"monitoring_upgraded"_s),
+              contentOf(cluster, u"monitoring_fresh"_s));
+
+    const Verification again = verify(*admin, u"monitoring_upgraded"_s, pgCurrent);
+    EXPECT_TRUE(again.result);
+    EXPECT_EQ(changes(again.trace), QStringList()) << again.trace.toStdString();
+}
