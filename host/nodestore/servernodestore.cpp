@@ -103,26 +103,34 @@ ServerNodeStore::Location ServerNodeStore::parseLocation(const QString &location
         return parsed;
     }
     const QUrlQuery query(url);
+    // Values are decoded here rather than by QUrl, which turns the Unicode noncharacters that a
+    // password may hold into U+FFFD.
+    const auto decoded = [](const QString &encoded) {
+        return QString::fromUtf8(QByteArray::fromPercentEncoding(encoded.toLatin1()));
+    };
+    const auto item = [&](const QString &key) {
+        return decoded(query.queryItemValue(key, QUrl::FullyEncoded));
+    };
     parsed.host = url.host();
     parsed.port = std::max(url.port(), 0);
-    parsed.user = url.userName(QUrl::FullyDecoded);
-    parsed.password = url.password(QUrl::FullyDecoded);
+    parsed.user = decoded(url.userName(QUrl::FullyEncoded));
+    parsed.password = decoded(url.password(QUrl::FullyEncoded));
     if (parsed.kind == Kind::PostgreSQL) {
         // A socket folder comes as ?host=, since a path cannot stand in the authority; its port
         // and credentials then come as ?port=, ?user= and ?password=, as libpq's URIs write them.
-        const QString socket = query.queryItemValue(u"host"_s, QUrl::FullyDecoded);
+        const QString socket = item(u"host"_s);
         if (!socket.isEmpty())
             parsed.host = socket;
         if (parsed.port == 0)
             parsed.port = std::max(query.queryItemValue(u"port"_s).toInt(), 0);
         if (query.hasQueryItem(u"user"_s)) {
-            parsed.user = query.queryItemValue(u"user"_s, QUrl::FullyDecoded);
-            parsed.password = query.queryItemValue(u"password"_s, QUrl::FullyDecoded);
+            parsed.user = item(u"user"_s);
+            parsed.password = item(u"password"_s);
         }
         return parsed;
     }
     QString server = parsed.host;
-    const QString instance = query.queryItemValue(u"instance"_s, QUrl::FullyDecoded);
+    const QString instance = item(u"instance"_s);
     if (!instance.isEmpty())
         server += u'\\' + instance;
     parsed.odbc = u"DRIVER=%1;SERVER=%2;DATABASE=%3;TDS_Version=7.4"_s.arg(braced(freeTdsDriver()),
