@@ -26,7 +26,8 @@ struct ManagementLibraryProbe
     int minor = 0;
 };
 
-struct SQLAdmin::Private
+// Hidden: the class it belongs to is exported, and its members would be exported with it.
+struct Q_DECL_HIDDEN SQLAdmin::Private
 {
     std::unique_ptr<SqlAdmin::ManagementServer> server;
     SqlAdmin::SessionFactory factory = SqlAdmin::qtSessionFactory();
