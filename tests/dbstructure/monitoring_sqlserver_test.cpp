@@ -53,10 +53,12 @@ TEST(MonitoringStructureSqlServer, BuildSendsEveryObjectOfTheShippedFile)
         const QVariantList where = {u"dbo"_s, name};
         MGImport8::SqlAdmin::Rows columns;
         for (const pugi::xpath_node &column : table.select_nodes("Columns/*")) {
-            const auto spec = MGImport8::DbStructure::readColumn(column.node());
-            columns.append({spec.name, spec.dataType, spec.length, spec.allowNulls ? 1 : 0, 0,
-                            spec.defaultText.isEmpty() ? QVariant() : QVariant(spec.defaultText),
-                            QVariant()});
+            const auto definition = MGImport8::DbStructure::readColumn(column.node());
+            columns.append(
+                {definition.name, definition.dataType, definition.length,
+                 definition.allowNulls ? 1 : 0, 0,
+                 definition.defaultText.isEmpty() ? QVariant() : QVariant(definition.defaultText),
+                 QVariant()});
         }
         server.answers.append({u"FROM sys.columns c JOIN sys.types"_s, columns, {}, where});
         const auto key = MGImport8::DbStructure::readPrimaryKey(table);
@@ -66,9 +68,9 @@ TEST(MonitoringStructureSqlServer, BuildSendsEveryObjectOfTheShippedFile)
         server.answers.append({u"sys.key_constraints"_s, keyRows, {}, where});
         MGImport8::SqlAdmin::Rows indexRows;
         for (const pugi::xpath_node &index : table.select_nodes("Indexes/*")) {
-            const auto spec = MGImport8::DbStructure::readIndex(index.node());
-            for (const QString &column : spec.columns)
-                indexRows.append({spec.name, 0, 0, 0, column});
+            const auto definition = MGImport8::DbStructure::readIndex(index.node());
+            for (const QString &column : definition.columns)
+                indexRows.append({definition.name, 0, 0, 0, column});
         }
         server.answers.append({u"FROM sys.indexes i"_s, indexRows, {}, where});
     }

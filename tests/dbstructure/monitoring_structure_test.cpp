@@ -47,9 +47,9 @@ QSet<QString> outline(const QString &path, bool withTypes)
         const QString name = DbStructure::attributeText(table, "Name").toUpper();
         names.insert(u"table "_s + name);
         for (const pugi::xpath_node &column : table.select_nodes("Columns/*")) {
-            const DbStructure::ColumnTemplate spec = DbStructure::readColumn(column.node());
-            names.insert(u"column "_s + name + u'.' + spec.name.toUpper()
-                         + (withTypes ? u' ' + spec.dataType : QString()));
+            const DbStructure::ColumnTemplate definition = DbStructure::readColumn(column.node());
+            names.insert(u"column "_s + name + u'.' + definition.name.toUpper()
+                         + (withTypes ? u' ' + definition.dataType : QString()));
         }
         for (const pugi::xpath_node &index : table.select_nodes("Indexes/*"))
             names.insert(u"index "_s + name + u'.'
