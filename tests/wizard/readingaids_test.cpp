@@ -41,7 +41,6 @@ TEST(DelimiterDetect, PicksTheMostConsistentSplit)
              + QByteArray("a,b,c\n").repeated(500),
          Semicolon},
         {"one_column", "alpha\nbeta\n", std::nullopt},
-        {"blank_lines_only", "\n\r\n\n", std::nullopt},
     };
     for (const auto &c : cases)
         EXPECT_EQ(DelimiterDetect::bestBox(c.text), c.box) << c.name;
@@ -83,7 +82,6 @@ TEST(SkippedRows, LinesDoubleTheQuotesOfWhatTheyQuote)
     EXPECT_EQ(SkippedRows::line(grid, {1, u"Bad; very bad"_s}, u';'),
               "\"sw \"\"2\"\"\";10.0.0.2;;\"Bad; very bad\"");
     EXPECT_EQ(SkippedRows::line(grid, {9, u"gone"_s}, u','), "gone") << "a row past the grid";
-    EXPECT_EQ(SkippedRows::delimiterOf(u"\t;"_s), u'\t');
 }
 
 } // namespace
