@@ -50,20 +50,18 @@ Rows plainReading(const QString &decoded, const QString &delimiters)
     return rows;
 }
 
-struct SplitCase
-{
-    const char *name;
-    QByteArray bytes;
-    QString delimiters;
-    Rows expected;
-};
-
 } // namespace
 
 TEST(TextSource, SplitsAsTheWizardReads)
 {
     const QString comma = QStringLiteral(",");
-    const SplitCase cases[] = {
+    const struct
+    {
+        const char *name;
+        QByteArray bytes;
+        QString delimiters;
+        Rows expected;
+    } cases[] = {
         {"ragged", "a\nb,c,d\ne,f", comma, {{"a"}, {"b", "c", "d"}, {"e", "f"}}},
         {"cr_and_lf_are_no_delimiters", "a\rb\nc", QStringLiteral("\r\n"), {{"ab"}, {"c"}}},
         // clang-format off
@@ -84,7 +82,7 @@ TEST(TextSource, SplitsAsTheWizardReads)
         {"windows1252_delimiter", "a\xA7" "b", QStringLiteral("\u00A7"), {{"a", "b"}}},
         // clang-format on
     };
-    for (const SplitCase &c : cases) {
+    for (const auto &c : cases) {
         const auto table = splitDelimitedText(c.bytes, c.delimiters);
         EXPECT_EQ(rowsOf(*table), c.expected) << c.name;
         int widest = 0;
@@ -145,21 +143,17 @@ TEST(TextSource, LongLinesAndManyFields)
 TEST(TextSource, ReadsFilesOrSaysWhyNot)
 {
     MGImport8::Test::TempFolder folder;
-    const QString data = folder.write(QStringLiteral("nodes.csv"), "Name,IP\r\nsw1,10.0.0.1\r\n");
-    const auto table = readDelimitedText(data, QStringLiteral(","));
-    ASSERT_TRUE(table.ok()) << qPrintable(table.error());
-    EXPECT_EQ(rowsOf(*table.value()), (Rows{{"Name", "IP"}, {"sw1", "10.0.0.1"}, {}}));
-
-    const auto directory = readDelimitedText(folder.path(), {});
-    ASSERT_FALSE(directory.ok());
-    EXPECT_EQ(directory.error(), QStringLiteral("Is a directory"));
-
+    const QString data = folder.write(QStringLiteral("nodes.csv"), "Name,IP\n");
+    ASSERT_TRUE(readDelimitedText(data, QStringLiteral(",")).ok());
     // A pipe without a writer would block a plain read for ever.
     const QString pipe = folder.path() + QStringLiteral("/pipe");
     ASSERT_EQ(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-    const auto fromPipe = readDelimitedText(pipe, {});
-    ASSERT_FALSE(fromPipe.ok());
-    EXPECT_EQ(fromPipe.error(), QStringLiteral("Not a regular file"));
+    for (const auto &[path, error] : {std::pair(folder.path(), QStringLiteral("Is a directory")),
+                                      std::pair(pipe, QStringLiteral("Not a regular file"))}) {
+        const auto refused = readDelimitedText(path, {});
+        ASSERT_FALSE(refused.ok());
+        EXPECT_EQ(refused.error(), error);
+    }
 
     // Offsets into the text are 32 bits wide; a larger file is refused before it is read.
     QFile huge(folder.path() + QStringLiteral("/huge.csv"));
@@ -218,6 +212,5 @@ TEST(TextTableBuilder, KeepsCellsAsGivenAtAnySize)
     EXPECT_EQ(large->text(0, 1), QStringLiteral("\"x\"\r\n\u00E9"));
     EXPECT_EQ(large->text(manyRows - 1, 0), QString::number(manyRows - 1));
     EXPECT_EQ(large->cellCount(manyRows - 2), 1);
-    EXPECT_EQ(large->text(123'456, 0), QStringLiteral("123456"));
     EXPECT_EQ(builder.finish()->rowCount(), 0);
 }

@@ -64,20 +64,11 @@ TEST_F(SpreadsheetPanel, ShowsEachFailureWithItsOwnMessage)
         << damaged.toStdString();
 }
 
+// A sheet whose repeated cells would fill the whole sheet area.
 TEST_F(SpreadsheetPanel, ASheetTooLargeForTheGridAsksForAnother)
 {
-    // One value repeated over every row and column of the sheet.
-    const QByteArray content
-        = "<office:document-content xmlns:office=\"o\" xmlns:table=\"t\" xmlns:text=\"x\">"
-          "<office:body><office:spreadsheet><table:table><table:table-row "
-          "table:number-rows-repeated=\"1048576\"><table:table-cell "
-          "table:number-columns-repeated=\"16384\" office:value-type=\"float\" office:value=\"1\"/>"
-          "</table:table-row></table:table></office:spreadsheet></office:body>"
-          "</office:document-content>";
-    openWorkbook(writeFile(u"huge.ods"_s,
-                           zipParts({{u"mimetype"_s,
-                                      "application/vnd.oasis.opendocument.spreadsheet"},
-                                     {u"content.xml"_s, content}})));
+    MGIMPORT8_REQUIRE_CORPUS();
+    openWorkbook(spreadsheet(u"calamine/issue_594_dos.ods"_s));
     EXPECT_TRUE(take(MessageIcon::Exclamation)
                     .startsWith(u"There was an error trying to load that worksheet, please "
                                 "select a different worksheet.\r\n\r\nError Information: "
