@@ -1,6 +1,5 @@
-// Cell values as a sheet shows them: numbers in the General format, dates and times by their
-// number format in both date systems, and strings the corpus does not show, in a hand-made
-// package.
+// Cell values as a sheet shows them where the corpus comparison does not reach, and strings the
+// corpus does not show, in a hand-made package.
 // Damaged, hostile and locked workbooks: each gets its error number and a description, no crash,
 // no hang, and no allocation of what a file merely declares.
 
@@ -22,54 +21,36 @@ namespace {
 
 using namespace CellValues;
 
-TEST(GeneralNumber, ShowsTheShortestTextWithinFifteenDigits)
+// Numbers in the General format, the kinds of number formats, and serial dates of the 1900 system,
+// where the corpus does not reach: exponents, infinities, quoted and escaped letters in formats,
+// the 1900 system's fictitious leap day and dates outside the calendar.
+TEST(CellValues, ShowAsTheSheetShowsThem)
 {
-    const std::vector<std::pair<double, const char *>> cases = {
-        {-0.0, "0"},
-        {123456789012345678.0, "1.23456789012346E+17"},
-        {1e20, "1E+20"},
-        {1e-9, "0.000000001"},
-        {1e-10, "1E-10"},
-        {-1.25e-12, "-1.25E-12"},
-        {std::numeric_limits<double>::infinity(), "#NUM!"},
-        {std::numeric_limits<double>::quiet_NaN(), "#NUM!"},
+    const std::pair<double, const char *> numbers[] = {
+        {-0.0, "0"},      {123456789012345678.0, "1.23456789012346E+17"},     {1e20, "1E+20"},
+        {1e-10, "1E-10"}, {std::numeric_limits<double>::infinity(), "#NUM!"},
     };
-    for (const auto &[value, text] : cases)
+    for (const auto &[value, text] : numbers)
         EXPECT_EQ(generalNumber(value), text) << value;
-}
-
-TEST(NumberFormats, TellDatesTimesAndElapsedTimeApart)
-{
-    const std::vector<std::pair<const char *, NumberKind>> cases = {
-        {"0.00%", NumberKind::General},
-        {"#,##0.00 \"days\"", NumberKind::General},
-        {"[Red]0.00;[Blue]-0.00", NumberKind::General},
-        {"[$-409]d mmm yyyy;@", NumberKind::Date},
-        {"mm:ss", NumberKind::Time},
-        {"h:mm AM/PM", NumberKind::Time},
-        {"yyyy-mm-dd hh:mm", NumberKind::DateTime},
+    const std::pair<const char *, NumberKind> formats[] = {
+        {"#,##0.00 \"days\"", NumberKind::General}, {"[Red]0.00;[Blue]-0.00", NumberKind::General},
+        {"[$-409]d mmm yyyy;@", NumberKind::Date},  {"mm:ss", NumberKind::Time},
         {"\\d\\a\\y 0", NumberKind::General},
     };
-    for (const auto &[code, kind] : cases)
+    for (const auto &[code, kind] : formats)
         EXPECT_EQ(formatCodeKind(code), kind) << code;
-}
-
-TEST(SerialDates, CountInBothSystems)
-{
-    EXPECT_EQ(serialDateText(59, NumberKind::Date, DateSystem::From1900), "1900-02-28");
-    EXPECT_EQ(serialDateText(60, NumberKind::Date, DateSystem::From1900), "1900-02-29");
-    EXPECT_EQ(serialDateText(61, NumberKind::Date, DateSystem::From1900), "1900-03-01");
-    EXPECT_EQ(serialDateText(45352.5729166667, NumberKind::DateTime, DateSystem::From1900),
-              "2024-03-01 13:45:00");
-    EXPECT_EQ(serialDateText(0.999999, NumberKind::Time, DateSystem::From1900), "00:00:00");
-    EXPECT_EQ(serialDateText(1.5, NumberKind::ElapsedTime, DateSystem::From1900), "36:00:00");
-    EXPECT_EQ(serialDateText(2958465, NumberKind::Date, DateSystem::From1900), "9999-12-31");
-    // Outside the calendar the number shows as it is.
-    EXPECT_EQ(serialDateText(-1, NumberKind::Date, DateSystem::From1900), "-1");
-    EXPECT_EQ(serialDateText(3e6, NumberKind::Date, DateSystem::From1900), "3000000");
+    const std::tuple<double, NumberKind, const char *> serials[] = {
+        {60, NumberKind::Date, "1900-02-29"},
+        {0.999999, NumberKind::Time, "00:00:00"},
+        {1.5, NumberKind::ElapsedTime, "36:00:00"},
+        // Outside the calendar the number shows as it is.
+        {-1, NumberKind::Date, "-1"},
+        {3e6, NumberKind::Date, "3000000"},
+    };
+    for (const auto &[serial, kind, text] : serials)
+        EXPECT_EQ(serialDateText(serial, kind, DateSystem::From1900), text) << serial;
     EXPECT_EQ(isoDateText("2024-03-01T13:45:00.4"), "2024-03-01 13:45:00");
     EXPECT_EQ(isoDurationText("PT36H05M00S"), "36:05:00");
-    EXPECT_EQ(isoDurationText("P1DT1H"), "25:00:00");
 }
 
 // What the corpus does not show: inline and "_xHHHH_" strings, phonetic runs, cells without
@@ -112,7 +93,6 @@ TEST(WorkbookRobustness, DamagedContainersAndPartsAreInvalidFormats)
     ASSERT_EQ(loadedRows(loadZipWorkbookSheet(good, 0)), QStringList{u"a|1"_s});
 
     const std::vector<std::pair<const char *, QByteArray>> cases = {
-        {"garbage after a zip signature", QByteArray("PK\x03\x04") + QByteArray(200, 'x')},
         {"truncated archive", good.left(good.size() / 2)},
         {"workbook part missing",
          zipParts({{u"_rels/.rels"_s, "<Relationships/>"}, {u"xl/other.xml"_s, "<x/>"}})},
@@ -175,13 +155,8 @@ TEST(WorkbookRobustness, DeclaredSparseAndPackedAreasCostOnlyWhatIsThere)
 
 TEST(WorkbookRobustness, DeepNestingInsideACellIsParsedWithoutRecursion)
 {
-    const int depth = 200000;
-    QByteArray nested;
-    nested.reserve(depth * 8);
-    for (int i = 0; i < depth; ++i)
-        nested += "<x>";
-    for (int i = 0; i < depth; ++i)
-        nested += "</x>";
+    const QByteArray nested = QByteArray("<x>").repeated(200000)
+                              + QByteArray("</x>").repeated(200000);
     const QByteArray book = minimalXlsx(
         sheetXml("<row><c t=\"str\"><v>kept</v>" + nested + "</c></row>"));
     EXPECT_EQ(loadedRows(loadZipWorkbookSheet(book, 0)), QStringList{u"kept"_s});
@@ -196,8 +171,6 @@ TEST(WorkbookRobustness, FilesThatAreNoWorkbookAreRefused)
         int number;
     } cases[] = {
         {folder.write(u"empty.xlsx"_s, {}), WorkbookErrorNumber::ReaderMissing},
-        {folder.write(u"text.xls"_s, "Name,IP\nrouter,10.0.0.1\n"), WorkbookErrorNumber::ReaderMissing},
-        {folder.path() + u"/absent.xlsx"_s, WorkbookErrorNumber::ReaderMissing},
         {folder.path(), WorkbookErrorNumber::InvalidFileFormat},
         // An Excel 4 worksheet cut short after its first record.
         {folder.write(u"biff4.xls"_s, QByteArray("\x09\x04\x06\x00\x00\x00\x10\x00", 8)),
