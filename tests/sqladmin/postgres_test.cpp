@@ -1,7 +1,8 @@
 // SQLAdmin and the management layer against a real PostgreSQL cluster:
-// - password and identity logins list the databases; wrong passwords and closed ports fail with
-//   the driver's reason, never the password; the system-administrator requirement refuses an
-//   ordinary login with the exact message; VerifyDatabase tells a monitoring database apart;
+// - the operating-system identity lists the databases in the server's order, with the server's
+//   facts; a closed port fails with the driver's reason; the system-administrator requirement
+//   refuses an ordinary login with the exact message; VerifyDatabase tells a monitoring database
+//   apart;
 // - the catalogue keeps the server's type spelling, lengths, nullability, identity, defaults,
 //   generated expressions and key order, for names with quotes, brackets and semicolons too;
 //   routines made through the layer keep a creation date across a restart, a stopped server is an
