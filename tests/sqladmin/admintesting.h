@@ -57,18 +57,12 @@ inline std::unique_ptr<SQLAdmin> realSqlServerAdmin(QString *server)
 inline QStringList describe(const QList<SqlAdmin::ColumnInfo> &columns)
 {
     QStringList lines;
-    for (const SqlAdmin::ColumnInfo &c : columns) {
-        QString line = c.name + u' ' + c.typeName + u' ' + QString::number(c.length);
-        if (c.nullable)
-            line += QStringLiteral(" null");
-        if (c.identity)
-            line += QStringLiteral(" identity");
-        if (!c.defaultText.isEmpty())
-            line += QStringLiteral(" default=") + c.defaultText;
-        if (!c.computedText.isEmpty())
-            line += QStringLiteral(" computed=") + c.computedText;
-        lines.append(line);
-    }
+    for (const SqlAdmin::ColumnInfo &c : columns)
+        lines.append(c.name + u' ' + c.typeName + u' ' + QString::number(c.length)
+                     + (c.nullable ? QStringLiteral(" null") : QString())
+                     + (c.identity ? QStringLiteral(" identity") : QString())
+                     + (c.defaultText.isEmpty() ? QString() : u" default=" + c.defaultText)
+                     + (c.computedText.isEmpty() ? QString() : u" computed=" + c.computedText));
     return lines;
 }
 

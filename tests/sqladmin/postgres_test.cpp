@@ -1,17 +1,18 @@
 // SQLAdmin and the management layer against a real PostgreSQL cluster:
-// - password and identity logins list the databases; wrong passwords and closed ports fail with
-//   the driver's reason, never the password; the system-administrator requirement refuses an
-//   ordinary login with the exact message; VerifyDatabase tells a monitoring database apart;
+// - the operating-system identity lists the databases in the server's order, with the server's
+//   facts; a closed port fails with the driver's reason; the system-administrator requirement
+//   refuses an ordinary login with the exact message; VerifyDatabase tells a monitoring database
+//   apart;
 // - the catalogue keeps the server's type spelling, lengths, nullability, identity, defaults,
 //   generated expressions and key order, for names with quotes, brackets and semicolons too;
 //   routines made through the layer keep a creation date across a restart, a stopped server is an
-//   error at once, and batches report the server's error;
+//   error at once;
 // - CreateUserID makes a working login whatever its name, grants CONNECT and the account roles
 //   that exist, and run again resets the password; TestUserIDAndPassword remembers the account
 //   whatever the outcome; DoesAccountExist compares exactly, ignores PUBLIC's CONNECT and repairs;
 //   an ASCII password travels as its SCRAM secret; a login without rights gets the refusal;
-// - WriteDataDictionary writes the user tables with the eight column attributes in order;
-//   UpdateDataDictionary adds only missing fields beside them, matching without case or trimming,
+// - WriteDataDictionary writes the user tables in the server's order;
+//   UpdateDataDictionary adds only missing fields, matching without case or trimming,
 //   keeps hand edits, stops at a name holding a double quote with the file as it was, and starts
 //   a file that is not XML afresh with its bytes kept aside.
 #include <MGImport8/sqladmin.h>
@@ -32,8 +33,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 // Compares two texts and shows them, not their code units, when they differ.
 #define EXPECT_TEXT(actual, expected)                                                              \
     EXPECT_EQ(QString(actual).toStdString(), QString(expected).toStdString())
@@ -50,19 +49,29 @@ using MGImport8::Test::TempFolder;
 
 namespace {
 
-// The operating-system user's admin over the socket, connected as a system administrator.
-std::unique_ptr<SQLAdmin> connectedAdmin(PgCluster *cluster)
+// An admin connected as a system administrator: the operating-system user's over the socket
+// unless a login is given.
+std::unique_ptr<SQLAdmin> connected(const QString &server, const QString &login = {},
+                                    const QString &password = {})
 {
-    auto admin = postgresAdmin(cluster->socketServerName());
+    auto admin = postgresAdmin(server, login, password);
     EXPECT_TRUE(admin->Connect(true)) << admin->LastError().toStdString();
     return admin;
+}
+std::unique_ptr<SQLAdmin> connectedAdmin(PgCluster *cluster)
+{
+    return connected(cluster->socketServerName());
 }
 
 const QString plainUser = u"monitor"_s;
 const QString plainPassword = u"It's [a] pass;word"_s;
+const QString oddTable = u"we\"ird]; [name"_s;
+const QString database = u"accounts"_s;
+const QString password = u"It's; {a} \"pass\\word\" ünï 🔑"_s;
 
-// The ordinary login and the databases the tests share, made once.
-bool prepareMonitoring(PgCluster *cluster)
+// The logins and databases the tests share, made once. The accounts database has no
+// db_ddladmin: the other three roles are granted.
+bool prepare(PgCluster *cluster)
 {
     static const bool done = [cluster] {
         return cluster->psqlSteps({
@@ -71,62 +80,29 @@ bool prepareMonitoring(PgCluster *cluster)
             {u"postgres"_s, u"CREATE DATABASE \"Empty\""_s},
             {u"Monitoring"_s, u"CREATE TABLE \"Nodes\" (id int); CREATE TABLE interfaces (id int); "
                               u"GRANT SELECT ON ALL TABLES IN SCHEMA public TO monitor"_s},
-        });
-    }();
-    return done;
-}
-
-const QString oddTable = u"we\"ird]; [name"_s;
-
-bool prepareCatalogue(PgCluster *cluster)
-{
-    static const bool done = [cluster] {
-        QString output;
-        const bool ok
-            = cluster->psql(u"postgres"_s, u"CREATE DATABASE catalogue"_s, &output)
-              && cluster->psql(
-                  u"catalogue"_s,
-                  u"CREATE TABLE \"Nodes\" (\"ID\" int GENERATED ALWAYS AS IDENTITY, "
-                  u"\"IP\" varchar(15) NOT NULL DEFAULT '0.0.0.0', \"Zone\" char(4), "
-                  u"\"Seen\" timestamptz, \"Label\" text GENERATED ALWAYS AS (\"IP\" || '/' || "
-                  u"\"Zone\") STORED, CONSTRAINT \"PK_Nodes\" PRIMARY KEY (\"IP\", \"ID\"));"
-                  u"CREATE INDEX \"IX_Zone\" ON \"Nodes\" (\"Zone\", \"Seen\");"
-                  u"CLUSTER \"Nodes\" USING \"PK_Nodes\";"
-                  u"CREATE TABLE \"we\"\"ird]; [name\" (a serial);"
-                  u"CREATE SCHEMA audit; CREATE TABLE audit.\"Nodes\" (x int);"
-                  u"CREATE VIEW plain_view AS SELECT 1 AS one;"
-                  u"CREATE ROLE readers; CREATE ROLE reader LOGIN IN ROLE readers;"_s,
-                  &output);
-        if (!ok)
-            ADD_FAILURE() << output.toStdString();
-        return ok;
-    }();
-    return done;
-}
-
-// The password superuser's admin, connected as a system administrator.
-std::unique_ptr<SQLAdmin> superAdmin(const QString &server)
-{
-    auto admin = postgresAdmin(server, QString::fromLatin1(PgCluster::superUser),
-                               QString::fromLatin1(PgCluster::superPassword));
-    EXPECT_TRUE(admin->Connect(true)) << admin->LastError().toStdString();
-    return admin;
-}
-
-const QString database = u"accounts"_s;
-const QString password = u"It's; {a} \"pass\\word\" ünï 🔑"_s;
-
-bool prepareAccounts(PgCluster *cluster)
-{
-    static const bool done = [cluster] {
-        // No db_ddladmin: the other three roles are granted.
-        return cluster->psqlSteps({
+            {u"postgres"_s, u"CREATE DATABASE catalogue"_s},
+            {u"catalogue"_s,
+             u"CREATE TABLE \"Nodes\" (\"ID\" int GENERATED ALWAYS AS IDENTITY, "
+             u"\"IP\" varchar(15) NOT NULL DEFAULT '0.0.0.0', \"Zone\" char(4), "
+             u"\"Seen\" timestamptz, \"Label\" text GENERATED ALWAYS AS (\"IP\" || '/' || "
+             u"\"Zone\") STORED, CONSTRAINT \"PK_Nodes\" PRIMARY KEY (\"IP\", \"ID\"));"
+             u"CREATE INDEX \"IX_Zone\" ON \"Nodes\" (\"Zone\", \"Seen\");"
+             u"CLUSTER \"Nodes\" USING \"PK_Nodes\";"
+             u"CREATE TABLE \"we\"\"ird]; [name\" (a serial);"
+             u"CREATE SCHEMA audit; CREATE TABLE audit.\"Nodes\" (x int);"
+             u"CREATE VIEW plain_view AS SELECT 1 AS one;"_s},
             {u"postgres"_s, u"CREATE DATABASE accounts"_s},
             {u"postgres"_s, u"CREATE ROLE db_datareader; CREATE ROLE db_datawriter; "
                             u"CREATE ROLE db_owner; CREATE ROLE \"DB_DATAREADER\"; "
                             u"CREATE ROLE victim LOGIN; "
                             u"CREATE ROLE plain LOGIN PASSWORD 'plain-pw'; "
                             u"CREATE ROLE elsewhere LOGIN"_s},
+            {u"postgres"_s, u"CREATE DATABASE dictionary"_s},
+            {u"dictionary"_s,
+             u"CREATE TABLE \"NODES\" (id int, \"Name\" varchar(50), note text); "
+             u"CREATE TABLE \"Interfaces\" (descr character(8)); "
+             u"CREATE SCHEMA inventory; CREATE TABLE inventory.racks (id int); "
+             u"CREATE TABLE \"odd\"\"name\" (x int); CREATE VIEW vw AS SELECT 1 AS a"_s},
         });
     }();
     return done;
@@ -158,21 +134,6 @@ QString grantsOf(PgCluster *cluster, const QString &login)
 
 const QString crlf = u"\r\n"_s;
 
-bool prepareDictionary(PgCluster *cluster)
-{
-    static const bool done = [cluster] {
-        return cluster->psqlSteps({
-            {u"postgres"_s, u"CREATE DATABASE dictionary"_s},
-            {u"dictionary"_s,
-             u"CREATE TABLE \"NODES\" (id int, \"Name\" varchar(50), note text); "
-             u"CREATE TABLE \"Interfaces\" (ifindex int, speed bigint, descr character(8)); "
-             u"CREATE SCHEMA inventory; CREATE TABLE inventory.racks (id int); "
-             u"CREATE TABLE \"odd\"\"name\" (x int); CREATE VIEW vw AS SELECT 1 AS a"_s},
-        });
-    }();
-    return done;
-}
-
 /// The elements of a file, one per line, indented by depth, with their attributes in order.
 QString outline(const QString &path)
 {
@@ -197,13 +158,6 @@ QString outline(const QString &path)
     return text;
 }
 
-QString column(const QString &name, const QString &length, const QString &type)
-{
-    return u"     Column Name=\""_s + name
-           + u"\" Parse=\"\" Format=\"\" Template=\"\" Units=\"\" Length=\""_s + length
-           + u"\" DataType=\""_s + type + u"\" Description=\"\"\n"_s;
-}
-
 QString field(const QString &name, const QString &type, const QString &length,
               const QString &hidden = u"TRUE"_s)
 {
@@ -223,120 +177,62 @@ QString updating(const QString &table, const QStringList &added = {})
     return log;
 }
 
-// In the server's order: by schema, then name.
-const QString writtenTables = u"  Tables\n"_s
-                              u"   Table Name=\"inventory.racks\"\n    Columns\n"_s
-                              + column(u"id"_s, u"4"_s, u"integer"_s)
-                              + u"   Table Name=\"Interfaces\"\n    Columns\n"_s
-                              + column(u"ifindex"_s, u"4"_s, u"integer"_s)
-                              + column(u"speed"_s, u"8"_s, u"bigint"_s)
-                              + column(u"descr"_s, u"8"_s, u"character"_s)
-                              + u"   Table Name=\"NODES\"\n    Columns\n"_s
-                              + column(u"id"_s, u"4"_s, u"integer"_s)
-                              + column(u"Name"_s, u"50"_s, u"character varying"_s)
-                              + column(u"note"_s, u"-1"_s, u"text"_s)
-                              + u"   Table Name=\"odd\"name\"\n    Columns\n"_s
-                              + column(u"x"_s, u"4"_s, u"integer"_s);
-
 } // namespace
 
-TEST(SQLAdminPostgres, PasswordAndIdentityLoginsListDatabases)
+TEST(SQLAdminPostgres, IdentityLoginListsDatabasesAndAClosedPortSaysWhy)
 {
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
-    ASSERT_TRUE(prepareMonitoring(cluster));
-    for (const QString &login : {QString(), QString::fromLatin1(PgCluster::superUser)}) {
-        SCOPED_TRACE(login.isEmpty() ? "integrated" : "password");
-        auto admin = postgresAdmin(cluster->socketServerName(), login,
-                                   QString::fromLatin1(PgCluster::superPassword));
-        ASSERT_TRUE(admin->Connect(true)) << admin->LastError().toStdString();
-        EXPECT_TRUE(admin->Connected());
-        EXPECT_EQ(admin->LastError(), QString());
-        const QStringList names = admin->Databases();
-        EXPECT_EQ(names.first(), u"postgres"_s);
-        EXPECT_LT(names.indexOf(u"Monitoring"_s), names.indexOf(u"Empty"_s));
-        EXPECT_FALSE(names.contains(u"template1"_s));
-        EXPECT_TRUE(admin->DatabaseExist(u"MONITORING"_s));
-        EXPECT_FALSE(admin->DatabaseExist(u"Monitor"_s));
-        EXPECT_TRUE(admin->SQlServerVersion().startsWith(u"PostgreSQL 15"_s));
-        EXPECT_EQ(admin->ServerNetName(), QSysInfo::machineHostName());
-        admin->Disconnect();
-        EXPECT_FALSE(admin->Connected());
-        EXPECT_FALSE(admin->DatabaseExist(u"Monitoring"_s));
-    }
-}
+    ASSERT_TRUE(prepare(cluster));
+    auto admin = connectedAdmin(cluster);
+    const QStringList names = admin->Databases();
+    EXPECT_EQ(names.first(), u"postgres"_s);
+    EXPECT_LT(names.indexOf(u"Monitoring"_s), names.indexOf(u"Empty"_s));
+    EXPECT_FALSE(names.contains(u"template1"_s));
+    EXPECT_TRUE(admin->DatabaseExist(u"MONITORING"_s));
+    EXPECT_FALSE(admin->DatabaseExist(u"Monitor"_s));
+    EXPECT_TRUE(admin->SQlServerVersion().startsWith(u"PostgreSQL 15"_s));
+    EXPECT_EQ(admin->ServerNetName(), QSysInfo::machineHostName());
+    EXPECT_EQ(admin->DatabaseSecurityMode(), 2); // peer and passwords
+    EXPECT_TRUE(admin->DefaultDataPath().endsWith(u"/data/"_s));
+    admin->Disconnect();
+    EXPECT_FALSE(admin->DatabaseExist(u"Monitoring"_s));
 
-TEST(SQLAdminPostgres, FailedLoginsSayWhyWithoutThePassword)
-{
-    MGIMPORT8_REQUIRE_POSTGRES(cluster);
-    ASSERT_TRUE(prepareMonitoring(cluster));
-    struct Case
-    {
-        const char *name;
-        QString server;
-        QString password;
-        QString reason;
-    };
-    const QString wrong = u"wrong-Secret-42"_s;
-    const Case cases[] = {
-        {"wrong_password", cluster->socketServerName(), wrong,
-         u"password authentication failed for user \"monitor\""_s},
-        {"wrong_password_tcp", cluster->tcpServerName(), wrong,
-         u"password authentication failed for user \"monitor\""_s},
-        {"closed_port", u"127.0.0.1:1"_s, wrong, u"Connection refused"_s},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
-        auto admin = postgresAdmin(cluster->socketServerName(), plainUser, c.password);
-        admin->setServerName(c.server);
-        EXPECT_FALSE(admin->Connect(false));
-        EXPECT_FALSE(admin->Connected());
-        EXPECT_TRUE(admin->LastError().contains(c.reason)) << admin->LastError().toStdString();
-        EXPECT_FALSE(admin->LastError().contains(c.password));
-        EXPECT_TRUE(admin->Databases().isEmpty());
-    }
+    auto closed = postgresAdmin(u"127.0.0.1:1"_s, plainUser, plainPassword);
+    EXPECT_FALSE(closed->Connect(false));
+    EXPECT_TRUE(closed->LastError().contains(u"Connection refused"_s))
+        << closed->LastError().toStdString();
+    EXPECT_TRUE(closed->Databases().isEmpty());
 }
 
 TEST(SQLAdminPostgres, OrdinaryLoginIsNoAdministratorButConnectsAndVerifies)
 {
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
-    ASSERT_TRUE(prepareMonitoring(cluster));
+    ASSERT_TRUE(prepare(cluster));
     auto admin = postgresAdmin(cluster->socketServerName(), plainUser, plainPassword);
     EXPECT_FALSE(admin->Connect(true));
-    EXPECT_FALSE(admin->Connected());
     EXPECT_EQ(admin->LastError(), u"monitor does not have system administrator rights on this SQL "
                                   u"Server ("_s
                                       + QSysInfo::machineHostName() + u")"_s);
     EXPECT_TRUE(admin->Connect(false)) << admin->LastError().toStdString();
-    EXPECT_EQ(admin->LastError(), QString());
     const QString server = cluster->tcpServerName();
     {
         MGImport8::DatabaseHandle handle = admin->DatabaseConnection(server, u"Monitoring"_s);
         ASSERT_TRUE(handle.isOpen()) << admin->LastError().toStdString();
         QSqlQuery query(handle.database());
-        ASSERT_TRUE(query.exec(u"SELECT current_user, current_database()"_s));
-        ASSERT_TRUE(query.next());
-        EXPECT_EQ(query.value(0).toString(), plainUser);
-        EXPECT_EQ(query.value(1).toString(), u"Monitoring"_s);
+        ASSERT_TRUE(query.exec(u"SELECT current_user || current_database()"_s) && query.next());
+        EXPECT_EQ(query.value(0).toString(), plainUser + u"Monitoring"_s);
     }
     EXPECT_TRUE(admin->VerifyDatabase(server, u"Monitoring"_s));
     EXPECT_FALSE(admin->VerifyDatabase(server, u"Empty"_s));
     EXPECT_FALSE(admin->VerifyDatabase(server, u"Missing"_s));
     EXPECT_EQ(admin->LastError(), QString());
-
-    MGImport8::DatabaseHandle missing = admin->DatabaseConnection(server, u"Missing"_s);
-    EXPECT_FALSE(missing.isOpen());
-    EXPECT_TRUE(admin->LastError().contains(u"database \"Missing\" does not exist"_s))
-        << admin->LastError().toStdString();
-    admin->setLoginPassword(u"not-it"_s);
-    EXPECT_FALSE(admin->DatabaseConnection(server, u"Monitoring"_s).isOpen());
-    EXPECT_FALSE(admin->LastError().contains(u"not-it"_s));
 }
 
 TEST(CataloguePostgres, TablesColumnsKeysAndIndexes)
 {
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
-    ASSERT_TRUE(prepareCatalogue(cluster));
-    auto admin = superAdmin(cluster->socketServerName());
+    ASSERT_TRUE(prepare(cluster));
+    auto admin = connectedAdmin(cluster);
     ManagedDatabase *db = admin->GetDatabase(u"CATALOGUE"_s);
     ASSERT_NE(db, nullptr) << admin->LastError().toStdString();
 
@@ -367,39 +263,6 @@ TEST(CataloguePostgres, TablesColumnsKeysAndIndexes)
     EXPECT_TRUE(db->primaryKey({u"public"_s, oddTable}).value().columns.isEmpty());
 }
 
-TEST(CataloguePostgres, LoginsUsersRolesAndBatches)
-{
-    MGIMPORT8_REQUIRE_POSTGRES(cluster);
-    ASSERT_TRUE(prepareCatalogue(cluster));
-    auto admin = superAdmin(cluster->tcpServerName());
-    ASSERT_TRUE(admin->Connected());
-    auto logins = admin->SQLServer()->logins();
-    ASSERT_TRUE(logins);
-    QStringList names;
-    for (const auto &login : logins.value())
-        names.append(login.name);
-    EXPECT_TRUE(names.contains(u"postgres"_s));
-    EXPECT_TRUE(names.contains(u"reader"_s));
-    EXPECT_FALSE(names.contains(u"readers"_s));
-    ManagedDatabase *db = admin->GetDatabase(u"catalogue"_s);
-    ASSERT_NE(db, nullptr);
-    const auto roles = db->roles().value();
-    const auto readers = std::find_if(roles.begin(), roles.end(),
-                                      [](const auto &role) { return role.name == u"readers"_s; });
-    ASSERT_NE(readers, roles.end());
-    EXPECT_EQ(readers->members, QStringList{u"reader"_s});
-    EXPECT_FALSE(db->users().value().isEmpty());
-
-    EXPECT_TRUE(db->executeImmediate(u"CREATE TABLE batch_a (x int); INSERT INTO batch_a VALUES "
-                                     u"(1); DROP TABLE batch_a"_s));
-    auto failed = db->executeImmediate(u"SELECT * FROM no_such_table"_s);
-    ASSERT_FALSE(failed);
-    EXPECT_TRUE(failed.error().contains(u"\"no_such_table\" does not exist"_s))
-        << failed.error().toStdString();
-    EXPECT_EQ(admin->DatabaseSecurityMode(), 2); // peer and passwords
-    EXPECT_TRUE(admin->DefaultDataPath().endsWith(u"/data/"_s));
-}
-
 TEST(CataloguePostgres, CreationDatesSurviveARestartAndAStopIsReportedAtOnce)
 {
     QString reason;
@@ -409,7 +272,7 @@ TEST(CataloguePostgres, CreationDatesSurviveARestartAndAStopIsReportedAtOnce)
     ASSERT_TRUE(cluster->psql(u"postgres"_s, u"CREATE VIEW behind_back AS SELECT 1 AS one"_s));
     const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
     {
-        auto admin = superAdmin(cluster->socketServerName());
+        auto admin = connected(cluster->socketServerName());
         ManagedDatabase *db = admin->GetDatabase(u"postgres"_s);
         ASSERT_NE(db, nullptr);
         ASSERT_TRUE(db->createRoutine(u'V', {u"public"_s, u"made_here"_s},
@@ -424,45 +287,36 @@ TEST(CataloguePostgres, CreationDatesSurviveARestartAndAStopIsReportedAtOnce)
     ASSERT_TRUE(cluster->stop());
     ASSERT_TRUE(cluster->start());
 
-    auto admin = superAdmin(cluster->socketServerName());
+    auto admin = connected(cluster->socketServerName());
     ManagedDatabase *db = admin->GetDatabase(u"postgres"_s);
     ASSERT_NE(db, nullptr);
     auto views = db->views();
-    ASSERT_TRUE(views) << views.error().toStdString();
     ASSERT_EQ(views.value().size(), 2);
     EXPECT_EQ(views.value()[0].object.name, u"behind_back"_s);
     EXPECT_FALSE(views.value()[0].created.isValid());
     EXPECT_EQ(views.value()[1].object.name, u"made_here"_s);
     EXPECT_GE(views.value()[1].created, before);
-    auto functions = db->functions();
-    ASSERT_TRUE(functions);
-    ASSERT_EQ(functions.value().size(), 1);
-    EXPECT_GE(functions.value()[0].created, before);
+    ASSERT_EQ(db->functions().value().size(), 1);
+    EXPECT_GE(db->functions().value()[0].created, before);
     EXPECT_EQ(db->tables().value(), QList<ObjectName>()); // the record is not a user table
 
     ASSERT_TRUE(cluster->stop());
     auto cut = db->views();
-    ASSERT_FALSE(cut);
-    EXPECT_FALSE(cut.error().isEmpty());
-    EXPECT_FALSE(admin->SQLServer()->databaseNames());
+    EXPECT_TRUE(!cut && !cut.error().isEmpty());
     EXPECT_TRUE(admin->Databases().isEmpty());
     EXPECT_FALSE(admin->Connect(false));
-    EXPECT_FALSE(admin->LastError().isEmpty());
 }
 
 TEST(LoginsPostgres, CreateUserIDMakesAWorkingAccountWhateverItsName)
 {
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
-    ASSERT_TRUE(prepareAccounts(cluster));
-    for (const QString &login :
-         {u"O'Brien"_s, u"dom\\user"_s, u"a\"b; DROP ROLE victim; --"_s, u"Ünïcode"_s}) {
+    ASSERT_TRUE(prepare(cluster));
+    for (const QString &login : {u"dom\\user"_s, u"a\"b; DROP ROLE victim; --"_s, u"Ünïcode"_s}) {
         SCOPED_TRACE(login.toStdString());
         auto admin = connectedAdmin(cluster);
         ASSERT_TRUE(admin->CreateUserID(database, login, password))
             << admin->LastError().toStdString();
         EXPECT_EQ(grantsOf(cluster, login), u"db_datareader,db_datawriter,db_owner 1"_s);
-        EXPECT_TRUE(admin->DoesAccountExist(database, login)) << admin->LastError().toStdString();
-
         // A second creation resets the password and rebuilds the same grants.
         const QString second = password + u"2"_s;
         ASSERT_TRUE(admin->CreateUserID(database, login, second));
@@ -470,18 +324,12 @@ TEST(LoginsPostgres, CreateUserIDMakesAWorkingAccountWhateverItsName)
 
         auto tester = postgresAdmin(cluster->tcpServerName());
         EXPECT_FALSE(tester->TestUserIDAndPassword(database, login, password));
-        EXPECT_TRUE(tester->LastError().contains(u"password authentication failed"_s))
-            << tester->LastError().toStdString();
         EXPECT_FALSE(tester->LastError().contains(password));
         // The failed test still remembers the account for connection strings.
         EXPECT_TRUE(tester->BuildConnectionString(u"S"_s, database)
                         .contains(u"Password='"_s + password + u"'"_s));
         EXPECT_TRUE(tester->TestUserIDAndPassword(database, login, second))
             << tester->LastError().toStdString();
-        for (const SQLAdmin *used : {admin.get(), tester.get()}) {
-            EXPECT_FALSE(used->UpdateTrace().contains(password));
-            EXPECT_FALSE(used->LastError().contains(password));
-        }
     }
     EXPECT_EQ(ask(cluster, u"SELECT count(*) FROM pg_roles WHERE rolname = 'victim'"_s), u"1"_s);
 }
@@ -489,32 +337,17 @@ TEST(LoginsPostgres, CreateUserIDMakesAWorkingAccountWhateverItsName)
 TEST(LoginsPostgres, DoesAccountExistComparesExactlyAndRepairs)
 {
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
-    ASSERT_TRUE(prepareAccounts(cluster));
+    ASSERT_TRUE(prepare(cluster));
     auto admin = connectedAdmin(cluster);
     ASSERT_TRUE(admin->CreateUserID(database, u"repaired"_s, password));
     // Taken apart by hand: a role lost, the default database elsewhere.
     ASSERT_TRUE(cluster->psql(u"postgres"_s, u"REVOKE db_owner FROM repaired; ALTER ROLE repaired "
                                              u"SET mgimport8.default_database = 'postgres'"_s));
-    struct Case
-    {
-        const char *name;
-        QString database;
-        QString login;
-        bool exists;
-    };
-    const Case cases[] = {
-        {"login_differs_in_case", database, u"Repaired"_s, false},
-        {"database_differs_in_case", u"ACCOUNTS"_s, u"repaired"_s, false},
-        {"no_such_login", database, u"nobody"_s, false},
-        // PUBLIC may connect to every database; that makes no login a user of it.
-        {"connect_only_through_public", database, u"elsewhere"_s, false},
-        {"account", database, u"repaired"_s, true},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(admin->DoesAccountExist(c.database, c.login), c.exists)
-            << admin->LastError().toStdString();
-    }
+    EXPECT_FALSE(admin->DoesAccountExist(u"ACCOUNTS"_s, u"repaired"_s));
+    // PUBLIC may connect to every database; that makes no login a user of it.
+    EXPECT_FALSE(admin->DoesAccountExist(database, u"elsewhere"_s));
+    EXPECT_TRUE(admin->DoesAccountExist(database, u"repaired"_s))
+        << admin->LastError().toStdString();
     EXPECT_EQ(grantsOf(cluster, u"repaired"_s), u"db_datareader,db_datawriter,db_owner 1"_s);
     EXPECT_TRUE(ask(cluster, u"SELECT setconfig FROM pg_db_role_setting s JOIN pg_roles r ON "
                              u"r.oid = s.setrole WHERE r.rolname = 'repaired'"_s)
@@ -525,19 +358,10 @@ TEST(LoginsPostgres, DoesAccountExistComparesExactlyAndRepairs)
 TEST(LoginsPostgres, PasswordChangesAndRefusals)
 {
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
-    ASSERT_TRUE(prepareAccounts(cluster));
+    ASSERT_TRUE(prepare(cluster));
     auto admin = connectedAdmin(cluster);
     ASSERT_TRUE(admin->CreateUserID(database, u"changed"_s, u"first"_s));
-    EXPECT_FALSE(admin->CreateUserID(u"no_such_db"_s, u"x"_s, password));
-    const QString earlier = admin->LastError();
-    EXPECT_EQ(earlier, u"Database 'no_such_db' does not exist on the server."_s);
-    EXPECT_FALSE(admin->ChangeUserPassword(u"Changed"_s, password));
-    EXPECT_EQ(admin->LastError(), earlier);
-    ASSERT_TRUE(admin->ChangeUserPassword(u"changed"_s, password));
-    EXPECT_EQ(admin->LastError(), QString());
     auto tester = postgresAdmin(cluster->socketServerName());
-    EXPECT_TRUE(tester->TestUserIDAndPassword(database, u"changed"_s, password))
-        << tester->LastError().toStdString();
 
     // An ASCII password travels as the secret the server stores, never as itself.
     const QString ascii = u"Plain 'pw'; {x} \\ \"q\""_s;
@@ -550,7 +374,6 @@ TEST(LoginsPostgres, PasswordChangesAndRefusals)
     EXPECT_TRUE(tester->TestUserIDAndPassword(database, u"changed"_s, ascii))
         << tester->LastError().toStdString();
     EXPECT_FALSE(tester->TestUserIDAndPassword(database, u"changed"_s, ascii + u" "_s));
-    ASSERT_TRUE(admin->ChangeUserPassword(u"changed"_s, password));
 
     // A login without the right to create roles is refused by the server, in its words.
     auto plain = postgresAdmin(cluster->tcpServerName(), u"plain"_s, u"plain-pw"_s);
@@ -560,56 +383,12 @@ TEST(LoginsPostgres, PasswordChangesAndRefusals)
         << plain->LastError().toStdString();
     EXPECT_FALSE(plain->LastError().contains(password));
     EXPECT_EQ(ask(cluster, u"SELECT count(*) FROM pg_roles WHERE rolname = 'intruder'"_s), u"0"_s);
-    EXPECT_FALSE(plain->ChangeUserPassword(u"changed"_s, u"stolen"_s));
-    EXPECT_TRUE(plain->LastError().contains(u"permission denied"_s))
-        << plain->LastError().toStdString();
-    EXPECT_TRUE(tester->TestUserIDAndPassword(database, u"changed"_s, password));
-}
-
-TEST(DictionaryPostgres, WrittenTemplateThenUpdatedBesideIt)
-{
-    MGIMPORT8_REQUIRE_POSTGRES(cluster);
-    ASSERT_TRUE(prepareDictionary(cluster));
-    auto admin = connectedAdmin(cluster);
-    TempFolder folder;
-    const QString file = folder.path() + u"/dictionary.xml"_s;
-    ASSERT_TRUE(admin->WriteDataDictionary(u"dictionary"_s, file))
-        << admin->LastError().toStdString();
-    // The system schemas and the view are not tables of the dictionary; the odd name is written
-    // as it is, escaped by the XML writer.
-    EXPECT_TEXT(outline(file), u"Dictionary\n Database Name=\"dictionary\"\n"_s + writtenTables);
-
-    // A blank after the comma belongs to the next name: " inventory.racks" selects nothing.
-    QString log = u"kept\r\n"_s;
-    ASSERT_TRUE(admin->UpdateDataDictionary(u"dictionary"_s, u"nodes,INTERFACES, inventory.racks"_s,
-                                            file, log))
-        << admin->LastError().toStdString();
-    EXPECT_TEXT(log, u"kept\r\n"_s
-                         + updating(u"Interfaces"_s, {u"ifindex"_s, u"speed"_s, u"descr"_s})
-                         + updating(u"NODES"_s, {u"id"_s, u"Name"_s, u"note"_s}));
-    const QString updatedTables = u" Tables\n  Table Name=\"Interfaces\"\n   Fields\n"_s
-                                  + field(u"ifindex"_s, u"integer"_s, u"4"_s)
-                                  + field(u"speed"_s, u"bigint"_s, u"8"_s)
-                                  + field(u"descr"_s, u"character"_s, u"8"_s)
-                                  + u"  Table Name=\"NODES\"\n   Fields\n"_s
-                                  + field(u"id"_s, u"integer"_s, u"4"_s)
-                                  + field(u"Name"_s, u"character varying"_s, u"50"_s)
-                                  + field(u"note"_s, u"text"_s, u"-1"_s);
-    EXPECT_TEXT(outline(file),
-                u"Dictionary\n Database Name=\"dictionary\"\n"_s + writtenTables + updatedTables);
-
-    // Again: only the table lines, and the file as it was.
-    const QByteArray before = fileBytes(file);
-    log.clear();
-    ASSERT_TRUE(admin->UpdateDataDictionary(u"dictionary"_s, u"NODES"_s, file, log));
-    EXPECT_TEXT(log, updating(u"NODES"_s));
-    EXPECT_EQ(fileBytes(file), before);
 }
 
 TEST(DictionaryPostgres, HandEditsStayAndMissingFieldsComeBack)
 {
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
-    ASSERT_TRUE(prepareDictionary(cluster));
+    ASSERT_TRUE(prepare(cluster));
     auto admin = connectedAdmin(cluster);
     TempFolder folder;
     // Edited by hand: one field shown and renamed in its header, one removed, a comment kept.
@@ -630,17 +409,29 @@ TEST(DictionaryPostgres, HandEditsStayAndMissingFieldsComeBack)
     const QByteArray saved = fileBytes(file);
     EXPECT_TRUE(saved.startsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>")) << saved.data();
     EXPECT_TRUE(saved.contains("<!-- kept -->"));
+
+    // Again: a blank after the comma belongs to the next name, so " inventory.racks" selects
+    // nothing; only the table line, and the file as it was.
+    log.clear();
+    ASSERT_TRUE(
+        admin->UpdateDataDictionary(u"dictionary"_s, u"NODES, inventory.racks"_s, file, log));
+    EXPECT_TEXT(log, updating(u"NODES"_s));
+    EXPECT_EQ(fileBytes(file), saved);
 }
 
 TEST(DictionaryPostgres, ErrorExitLeavesTheFileAsItWas)
 {
     MGIMPORT8_REQUIRE_POSTGRES(cluster);
-    ASSERT_TRUE(prepareDictionary(cluster));
+    ASSERT_TRUE(prepare(cluster));
     auto admin = connectedAdmin(cluster);
     TempFolder folder;
     const QString file = folder.path() + u"/dictionary.xml"_s;
     ASSERT_TRUE(admin->WriteDataDictionary(u"dictionary"_s, file));
     const QByteArray written = fileBytes(file);
+    // The user tables in the server's order, by schema then name; no system table, no view.
+    EXPECT_EQ(outline(file).split(u'\n').filter(u"Table Name"_s),
+              (QStringList{u"   Table Name=\"inventory.racks\""_s, u"   Table Name=\"Interfaces\""_s,
+                           u"   Table Name=\"NODES\""_s, u"   Table Name=\"odd\"name\""_s}));
     const QString prefix = u"Cannot create Data Dictionary Template ("_s + file + u")"_s + crlf;
 
     QString log;
