@@ -5,10 +5,8 @@ int main()
 {
     MGImport8::Engine engine;
     MGImport8::ImportRow row;
-    QString status;
-    bool skip = false;
-    (void)status;
-    (void)skip;
+    [[maybe_unused]] QString status;
+    [[maybe_unused]] bool skip = false;
 #if defined(CALL_ColumnChoices)
     (void)engine.ColumnChoices();
 #elif defined(CALL_FireNewRow)

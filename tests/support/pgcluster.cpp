@@ -3,7 +3,6 @@
 #include "testsupport.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -19,10 +18,6 @@ namespace MGImport8::Test {
 
 namespace {
 
-// Seconds pg_ctl waits for the server to start or stop.
-constexpr int serverWaitSeconds = 60;
-constexpr int toolTimeoutMilliseconds = 120 * 1000;
-
 std::unique_ptr<PgCluster> sharedCluster;
 QString sharedReason;
 bool sharedTried = false;
@@ -33,34 +28,14 @@ QString binDir()
     return configured.isEmpty() ? u"/usr/lib/postgresql/15/bin"_s : configured;
 }
 
-bool runningAsRoot()
-{
-    return geteuid() == 0;
-}
-
-// Hands a path to the postgres user, which runs the server when the tests run as root.
-bool giveToPostgres(const QString &path)
-{
-    const passwd *user = getpwnam("postgres");
-    return user && chown(QFile::encodeName(path).constData(), user->pw_uid, user->pw_gid) == 0;
-}
-
-// A port that nothing listens on now: the one the system picks for a socket bound to port 0.
-int freePort()
-{
-    quint16 port = 0;
-    if (const int probe = loopbackSocket(SOCK_STREAM, &port); probe >= 0)
-        ::close(probe);
-    return port;
-}
-
-// Runs a program to its end (or kills it at the time-out), stdout and stderr together in `output`.
+// Runs a program to its end, or kills it after two minutes; stdout and stderr together in
+// `output`.
 bool runToEnd(QProcess &process, const QString &program, const QStringList &arguments,
               QString *output)
 {
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start(program, arguments);
-    const bool finished = process.waitForFinished(toolTimeoutMilliseconds);
+    const bool finished = process.waitForFinished(120 * 1000);
     if (output)
         *output = QString::fromUtf8(process.readAll()).trimmed();
     if (!finished) {
@@ -68,11 +43,6 @@ bool runToEnd(QProcess &process, const QString &program, const QStringList &argu
         process.waitForFinished();
     }
     return finished && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-}
-
-void stopShared()
-{
-    sharedCluster.reset();
 }
 
 } // namespace
@@ -85,16 +55,11 @@ QString PgCluster::osUser()
 
 PgCluster *PgCluster::shared()
 {
-    if (!sharedTried) {
-        sharedTried = true;
+    if (!std::exchange(sharedTried, true)) {
         sharedCluster = create(&sharedReason);
-        if (sharedCluster) {
-            // Stop it while Qt is still there to run pg_ctl; at exit as a fallback.
-            if (QCoreApplication::instance())
-                qAddPostRoutine(stopShared);
-            else
-                std::atexit(stopShared);
-        }
+        // Stopped while Qt is still there to run pg_ctl; at exit without an application.
+        const auto stop = [] { sharedCluster.reset(); };
+        QCoreApplication::instance() ? qAddPostRoutine(stop) : void(std::atexit(stop));
     }
     return sharedCluster.get();
 }
@@ -111,20 +76,14 @@ std::unique_ptr<PgCluster> PgCluster::create(QString *error)
         return nullptr;
     }
     std::unique_ptr<PgCluster> cluster(new PgCluster);
-    if (!cluster->m_folder.isValid()) {
-        *error = u"cannot make a temporary folder"_s;
-        return nullptr;
-    }
     if (!cluster->initialise(error) || !cluster->start(error))
         return nullptr;
-    const QString role = osUser();
-    if (role != QLatin1StringView(superUser)) {
-        QString output;
-        if (!cluster->psql(u"postgres"_s, u"CREATE ROLE \""_s + role + u"\" LOGIN SUPERUSER"_s,
-                           &output)) {
-            *error = u"cannot create the role of the test user: "_s + output;
-            return nullptr;
-        }
+    QString output;
+    if (osUser() != QLatin1StringView(superUser)
+        && !cluster->psql(u"postgres"_s, u"CREATE ROLE \""_s + osUser() + u"\" LOGIN SUPERUSER"_s,
+                          &output)) {
+        *error = u"cannot create the role of the test user: "_s + output;
+        return nullptr;
     }
     return cluster;
 }
@@ -132,16 +91,24 @@ std::unique_ptr<PgCluster> PgCluster::create(QString *error)
 bool PgCluster::initialise(QString *error)
 {
     const QString folder = m_folder.path();
-    ::chmod(QFile::encodeName(folder).constData(), 0755);
     const QString passwordFile = folder + u"/superuser.pw"_s;
-    if (QFile file(passwordFile);
-        !file.open(QIODevice::WriteOnly) || file.write(QByteArray(superPassword) + '\n') < 0) {
-        *error = u"cannot write "_s + passwordFile;
+    const auto fail = [error](const QString &why) {
+        *error = why;
         return false;
-    }
-    if (runningAsRoot() && (!giveToPostgres(folder) || !giveToPostgres(passwordFile))) {
-        *error = u"the tests run as root and there is no postgres user to run the server"_s;
-        return false;
+    };
+    QFile password(passwordFile);
+    if (!m_folder.isValid() || !password.open(QIODevice::WriteOnly)
+        || password.write(QByteArray(superPassword) + '\n') < 0)
+        return fail(u"cannot write "_s + passwordFile);
+    password.close();
+    ::chmod(QFile::encodeName(folder).constData(), 0755);
+    // When the tests run as root, the postgres user runs the server and owns its files.
+    const passwd *postgres = getpwnam("postgres");
+    for (const QString &path : {folder, passwordFile}) {
+        if (geteuid() == 0
+            && (!postgres
+                || chown(QFile::encodeName(path).constData(), postgres->pw_uid, postgres->pw_gid)))
+            return fail(u"the tests run as root and there is no postgres user to run the server"_s);
     }
     QString output;
     if (!runTool(u"initdb"_s,
@@ -149,25 +116,20 @@ bool PgCluster::initialise(QString *error)
                   u"--pwfile="_s + passwordFile, u"--auth-local=scram-sha-256"_s,
                   u"--auth-host=scram-sha-256"_s, u"-E"_s, u"UTF8"_s, u"--no-locale"_s,
                   u"--no-sync"_s},
-                 &output)) {
-        *error = u"initdb failed: "_s + output;
-        return false;
-    }
+                 &output))
+        return fail(u"initdb failed: "_s + output);
     // The test user logs in by its identity over the socket; everybody else gives a password.
     QFile hba(folder + u"/data/pg_hba.conf"_s);
     const QByteArray rules = hba.open(QIODevice::ReadOnly) ? hba.readAll() : QByteArray();
     hba.close();
     if (rules.isEmpty() || !hba.open(QIODevice::WriteOnly | QIODevice::Truncate)
-        || hba.write("local all " + osUser().toLocal8Bit() + " peer\n" + rules) < 0) {
-        *error = u"cannot rewrite pg_hba.conf"_s;
-        return false;
-    }
-    hba.close();
-    m_port = freePort();
-    if (m_port == 0) {
-        *error = u"no free port"_s;
-        return false;
-    }
+        || hba.write("local all " + osUser().toLocal8Bit() + " peer\n" + rules) < 0)
+        return fail(u"cannot rewrite pg_hba.conf"_s);
+    // A port that nothing listens on now: the one the system picks for a socket bound to port 0.
+    quint16 port = 0;
+    if (const int probe = loopbackSocket(SOCK_STREAM, &port); probe >= 0)
+        ::close(probe);
+    m_port = port;
     return true;
 }
 
@@ -176,7 +138,7 @@ bool PgCluster::runTool(const QString &tool, const QStringList &arguments, QStri
     QProcess process;
     process.setWorkingDirectory(m_folder.path());
     const QString program = binDir() + u'/' + tool;
-    if (runningAsRoot())
+    if (geteuid() == 0)
         return runToEnd(process, u"runuser"_s,
                         QStringList{u"-u"_s, u"postgres"_s, u"--"_s, program} + arguments, output);
     return runToEnd(process, program, arguments, output);
@@ -184,13 +146,13 @@ bool PgCluster::runTool(const QString &tool, const QStringList &arguments, QStri
 
 bool PgCluster::start(QString *error)
 {
-    const QString options = u"-p "_s + QString::number(m_port) + u" -k "_s + m_folder.path()
-                            + u" -c listen_addresses=127.0.0.1 -c fsync=off"_s;
+    const QString options = u"-p %1 -k %2 -c listen_addresses=127.0.0.1 -c fsync=off"_s
+                                .arg(QString::number(m_port), m_folder.path());
     QString output;
     m_running = runTool(u"pg_ctl"_s,
                         {u"-D"_s, m_folder.path() + u"/data"_s, u"-l"_s,
-                         m_folder.path() + u"/server.log"_s, u"-w"_s, u"-t"_s,
-                         QString::number(serverWaitSeconds), u"-o"_s, options, u"start"_s},
+                         m_folder.path() + u"/server.log"_s, u"-w"_s, u"-t"_s, u"60"_s, u"-o"_s,
+                         options, u"start"_s},
                         &output);
     if (!m_running && error)
         *error = u"pg_ctl start failed: "_s + output;
@@ -199,28 +161,13 @@ bool PgCluster::start(QString *error)
 
 bool PgCluster::stop()
 {
-    if (!m_running)
-        return true;
-    m_running = !runTool(u"pg_ctl"_s,
-                         {u"-D"_s, m_folder.path() + u"/data"_s, u"-m"_s, u"immediate"_s, u"-w"_s,
-                          u"-t"_s, QString::number(serverWaitSeconds), u"stop"_s},
-                         nullptr);
+    // Immediate: connections are cut rather than waited for.
+    m_running = m_running
+                && !runTool(u"pg_ctl"_s,
+                            {u"-D"_s, m_folder.path() + u"/data"_s, u"-m"_s, u"immediate"_s,
+                             u"-w"_s, u"-t"_s, u"60"_s, u"stop"_s},
+                            nullptr);
     return !m_running;
-}
-
-PgCluster::~PgCluster()
-{
-    stop();
-}
-
-QString PgCluster::socketServerName() const
-{
-    return m_folder.path() + u':' + QString::number(m_port);
-}
-
-QString PgCluster::tcpServerName() const
-{
-    return u"127.0.0.1:"_s + QString::number(m_port);
 }
 
 bool PgCluster::psqlSteps(std::initializer_list<std::pair<QString, QString>> steps) const
@@ -243,10 +190,9 @@ bool PgCluster::psql(const QString &database, const QString &sql, QString *outpu
     process.setProcessEnvironment(environment);
     // psql takes a name holding "=" for a connection string: such a name goes as its dbname.
     QString target = database;
-    if (database.contains(u'=')) {
-        target.replace(u"\\"_s, u"\\\\"_s).replace(u"'"_s, u"\\'"_s);
-        target = u"dbname='"_s + target + u"'"_s;
-    }
+    if (database.contains(u'='))
+        target = u"dbname='"_s + target.replace(u"\\"_s, u"\\\\"_s).replace(u"'"_s, u"\\'"_s)
+                 + u"'"_s;
     return runToEnd(process, binDir() + u"/psql"_s,
                     {u"-X"_s, u"-q"_s, u"-A"_s, u"-t"_s, u"-v"_s, u"ON_ERROR_STOP=1"_s, u"-h"_s,
                      m_folder.path(), u"-p"_s, QString::number(m_port), u"-U"_s,

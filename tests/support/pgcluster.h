@@ -1,14 +1,11 @@
 #pragma once
 
-#include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <memory>
-#include <utility>
 
 namespace MGImport8::Test {
 
@@ -34,16 +31,16 @@ public:
     /// A cluster of its own, for tests that stop or break it; nullptr with the reason in `error`.
     static std::unique_ptr<PgCluster> create(QString *error);
 
-    ~PgCluster();
+    ~PgCluster() { stop(); }
     PgCluster(const PgCluster &) = delete;
     PgCluster &operator=(const PgCluster &) = delete;
 
     int port() const { return m_port; }
     QString socketFolder() const { return m_folder.path(); }
     /// The server's name as the PostgreSQL backend takes it: the socket folder and the port.
-    QString socketServerName() const;
+    QString socketServerName() const { return m_folder.path() + u':' + QString::number(m_port); }
     /// The same server over TCP: "127.0.0.1:port".
-    QString tcpServerName() const;
+    QString tcpServerName() const { return QStringLiteral("127.0.0.1:") + QString::number(m_port); }
     /// The operating-system user whose logins need no password.
     static QString osUser();
 

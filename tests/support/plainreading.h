@@ -11,8 +11,7 @@ namespace MGImport8::Test {
 /// every delimiter character, and unquote each field. Slow on purpose.
 inline QList<QStringList> plainReading(const QString &decoded, const QString &delimiters)
 {
-    QString text = decoded;
-    text.remove(u'\r');
+    const QString text = QString(decoded).remove(u'\r');
     QList<QStringList> rows;
     if (text.isEmpty())
         return rows;

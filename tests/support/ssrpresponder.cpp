@@ -11,13 +11,6 @@
 
 namespace MGImport8::Test {
 
-namespace {
-
-constexpr int PollMilliseconds = 20;
-constexpr size_t MaxRequest = 1024;
-
-} // namespace
-
 SsrpResponder::SsrpResponder(QList<QByteArray> replies)
     : m_replies(std::move(replies))
 {
@@ -51,21 +44,19 @@ QByteArray SsrpResponder::target() const
 
 QByteArray SsrpResponder::reply(const QByteArray &text)
 {
-    QByteArray datagram(1, '\x05');
-    datagram.append(static_cast<char>(text.size() & 0xff));
-    datagram.append(static_cast<char>((text.size() >> 8) & 0xff));
-    return datagram + text;
+    const auto size = static_cast<quint16>(text.size());
+    return QByteArray(1, '\x05') + char(size & 0xff) + char(size >> 8) + text;
 }
 
 void SsrpResponder::serve()
 {
     while (!m_stop) {
         pollfd fd{m_socket, POLLIN, 0};
-        if (::poll(&fd, 1, PollMilliseconds) <= 0)
-            continue;
-        char buffer[MaxRequest];
+        char buffer[1024];
         sockaddr_in from{};
         socklen_t fromLength = sizeof from;
+        if (::poll(&fd, 1, 20) <= 0)
+            continue;
         const ssize_t size = ::recvfrom(m_socket, buffer, sizeof buffer, 0,
                                         reinterpret_cast<sockaddr *>(&from), &fromLength);
         if (size <= 0)
@@ -77,12 +68,9 @@ void SsrpResponder::serve()
         }
         // Only the requests for all instances are answered; a Browser ignores what it does not
         // understand.
-        if (request != "\x02" && request != "\x03")
-            continue;
-        for (const QByteArray &datagram : std::as_const(m_replies)) {
-            ::sendto(m_socket, datagram.constData(), static_cast<size_t>(datagram.size()), 0,
+        for (qsizetype i = 0; (request == "\x02" || request == "\x03") && i < m_replies.size(); ++i)
+            ::sendto(m_socket, m_replies[i].constData(), size_t(m_replies[i].size()), 0,
                      reinterpret_cast<sockaddr *>(&from), fromLength);
-        }
     }
 }
 

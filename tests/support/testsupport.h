@@ -1,13 +1,9 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
-
-#include <memory>
 
 namespace MGImport8::Test {
 
@@ -29,7 +25,7 @@ QStringList ownPropertyNames(const QMetaObject &meta);
 class TempFolder
 {
 public:
-    TempFolder();
+    TempFolder() { EXPECT_TRUE(m_dir.isValid()) << m_dir.errorString().toStdString(); }
     QString path() const { return m_dir.path(); }
     /// Writes `content` to `name` inside the folder and returns the full path.
     QString write(const QString &name, const QByteArray &content) const;

@@ -7,26 +7,22 @@ namespace MGImport8::Test {
 namespace {
 
 // The text method as shipped, plus methods that exercise the navigation's edges.
-const QByteArray methodFile = R"(<?xml version="1.0"?>
-<ImportMethods>
-  <ImportMethod NAME="Text" METHOD="IMPORTTEXT" DISABLED="NO" ICON="Text"
-    DESCRIPTION="Delimited text" SELECTFILETITLE="Select Text File"
-    SELECTFILEDESCRIPTION="Choose the file" PATTERN="Text Files (*.txt;*.csv)|*.txt;*.csv"
-    DELIMITER="COMMA"
-    PANELS="MethodPanel,FilePanel,DelimiterPanel,MapPanel,PreviewPanel,OptionsPanel,ImportPanel"/>
-  <ImportMethod NAME="Old" METHOD="IMPORTTEXT" DISABLED="YES" ICON="Text"
-    PANELS="MethodPanel,FilePanel"/>
-  <ImportMethod NAME="Unlisted" METHOD="IMPORTTEXT" DISABLED="NO"/>
-  <ImportMethod NAME="Short" METHOD="IMPORTTEXT" DISABLED="NO" DELIMITER="SEMICOLON"
-    PANELS="MethodPanel,FilePanel,DelimiterPanel"/>
-  <ImportMethod NAME="Access" METHOD="IMPORTACCESS" DISABLED="NO" ICON="Access"
-    PANELS="MethodPanel,FilePanel,TablePanel,MapPanel,PreviewPanel,OptionsPanel,ImportPanel"/>
-  <ImportMethod NAME="Sheet" METHOD="IMPORTEXCEL" DISABLED="NO" ICON="Excel"
-    PANELS="MethodPanel,FilePanel,SpreadsheetPanel,MapPanel"/>
-  <ImportMethod NAME="SQL" METHOD="IMPORTSQL" DISABLED="NO" ICON="SQL"
-    PANELS="MethodPanel,DatabasePanel,TablePanel,MapPanel"/>
-</ImportMethods>
-)";
+const QByteArray methodFile = R"(<?xml version="1.0"?><ImportMethods>
+<ImportMethod NAME="Text" METHOD="IMPORTTEXT" DISABLED="NO" ICON="Text" DESCRIPTION="Delimited text"
+ SELECTFILETITLE="Select Text File" SELECTFILEDESCRIPTION="Choose the file" DELIMITER="COMMA"
+ PATTERN="Text Files (*.txt;*.csv)|*.txt;*.csv"
+ PANELS="MethodPanel,FilePanel,DelimiterPanel,MapPanel,PreviewPanel,OptionsPanel,ImportPanel"/>
+<ImportMethod NAME="Old" METHOD="IMPORTTEXT" DISABLED="YES" ICON="Text"
+ PANELS="MethodPanel,FilePanel"/>
+<ImportMethod NAME="Unlisted" METHOD="IMPORTTEXT" DISABLED="NO"/>
+<ImportMethod NAME="Short" METHOD="IMPORTTEXT" DISABLED="NO" DELIMITER="SEMICOLON"
+ PANELS="MethodPanel,FilePanel,DelimiterPanel"/>
+<ImportMethod NAME="Access" METHOD="IMPORTACCESS" DISABLED="NO" ICON="Access"
+ PANELS="MethodPanel,FilePanel,TablePanel,MapPanel,PreviewPanel,OptionsPanel,ImportPanel"/>
+<ImportMethod NAME="Sheet" METHOD="IMPORTEXCEL" DISABLED="NO" ICON="Excel"
+ PANELS="MethodPanel,FilePanel,SpreadsheetPanel,MapPanel"/>
+<ImportMethod NAME="SQL" METHOD="IMPORTSQL" DISABLED="NO" ICON="SQL"
+ PANELS="MethodPanel,DatabasePanel,TablePanel,MapPanel"/></ImportMethods>)";
 
 } // namespace
 
@@ -61,13 +57,10 @@ QString WizardFixture::writeFile(const QString &name, const QByteArray &content)
 void WizardFixture::chooseMethod(const QString &name)
 {
     const QList<MethodListRow> &rows = wizard->state().methods;
-    for (int row = 0; row < rows.size(); ++row) {
-        if (rows.at(row).name == name) {
-            wizard->selectMethodRow(row);
-            return;
-        }
-    }
-    ADD_FAILURE() << "no method " << name.toStdString();
+    const auto found = std::find_if(rows.begin(), rows.end(),
+                                    [&](const MethodListRow &row) { return row.name == name; });
+    ASSERT_NE(found, rows.end()) << "no method " << name.toStdString();
+    wizard->selectMethodRow(int(found - rows.begin()));
 }
 
 void WizardFixture::openText(const QString &path)
