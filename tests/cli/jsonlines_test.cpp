@@ -64,9 +64,11 @@ TEST(JsonLines, RowsKeepTheirColumnOrderAndWriteOtherValuesAsText)
     LibraryAccess::AppendColumn(row, u"IP"_s, u"10.0.0.1"_s);
     LibraryAccess::AppendColumn(row, u"Count"_s, 42);
     LibraryAccess::AppendColumn(row, u"Empty"_s, QVariant());
+    // A host that changed a value through its column object has that value written.
+    row.Item(u"ip"_s)->setData(u"10.0.0.9"_s);
     QByteArray written;
     appendJsonRow(written, row);
-    EXPECT_EQ(written, R"({"Name": "core \"1\"", "IP": "10.0.0.1", "Count": "42", "Empty": ""})"
+    EXPECT_EQ(written, R"({"Name": "core \"1\"", "IP": "10.0.0.9", "Count": "42", "Empty": ""})"
                        "\n");
 
     row.Remove(u"Name"_s);
