@@ -6,6 +6,7 @@
 // - the same wizard run to a host that only counts rows, which is the floor under any store.
 // Counters: wall and processor seconds of each, and ours as a multiple of sqlite3's.
 #include "benchsupport.h"
+#include "textmethod.h"
 
 #include "nodeinventory/nodeimporter.h"
 #include "nodestore/nodestore.h"
@@ -66,11 +67,7 @@ bool walk(Engine &engine, const QString &path)
     view.setYieldInterval(100);
     WizardController wizard(engine, view);
     wizard.start();
-    const QList<MethodListRow> &methods = wizard.state().methods;
-    for (int row = 0; row < methods.size(); ++row) {
-        if (methods.at(row).name == QStringLiteral("Text File"))
-            wizard.selectMethodRow(row);
-    }
+    Bench::selectTextFileMethod(wizard);
     while (wizard.state().currentPanel != Panel::ImportPanel) {
         const Panel panel = wizard.state().currentPanel;
         if (panel == Panel::MapPanel) {

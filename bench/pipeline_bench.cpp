@@ -4,6 +4,7 @@
 // reported in milliseconds and as a multiple of `wc -l` on the same warm file, with the peak
 // memory of the whole run as a multiple of the file's size.
 #include "benchsupport.h"
+#include "textmethod.h"
 
 #include "wizard/headlessview.h"
 #include "wizard/wizardcontroller.h"
@@ -56,11 +57,7 @@ StepTimes runWizard(const QString &path, benchmark::State &state)
     view.setYieldInterval(100);
     WizardController wizard(engine, view);
     wizard.start();
-    const QList<MethodListRow> &methods = wizard.state().methods;
-    for (int row = 0; row < methods.size(); ++row) {
-        if (methods.at(row).name == QStringLiteral("Text File"))
-            wizard.selectMethodRow(row);
-    }
+    Bench::selectTextFileMethod(wizard);
     step(wizard, state, Panel::FilePanel);
     times.load = step(wizard, state, Panel::DelimiterPanel);
     times.mapping = step(wizard, state, Panel::MapPanel);

@@ -1,8 +1,9 @@
 // The paths a user runs on a large device list, beside the tools the user would pick instead, all
 // measured in the same run on the same generated file:
-// - `mgimport8 import` writing JSON Lines to /dev/null, against Python's csv module and sqlite3
-//   importing into memory (every field read as text), each a child process: wall time and peak
-//   resident size;
+// - `mgimport8 import` writing JSON Lines to /dev/null, against DuckDB's read_csv into a table
+//   (one thread, through its Node.js package when it is installed), Python's csv module and
+//   sqlite3 importing into memory (every field read as text), each a child process: wall time
+//   and peak resident size;
 // - the wizard window (offscreen) walked through the text method to its import panel by a user
 //   who clicks by object name, against the command line on the same file: the import run's time,
 //   the whole walk's time, how long the event loop went without a turn while rows were imported
@@ -18,10 +19,13 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QListWidget>
 #include <QProgressBar>
 #include <QStackedWidget>
+#include <QStandardPaths>
 #include <QTest>
 #include <QTimer>
 
@@ -31,6 +35,7 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <deque>
@@ -57,9 +62,10 @@ struct ChildRun
     int status = -1;
 };
 
-// A program run to its end with standard output and error thrown away; its wall time and its
-// own peak resident size (the kernel's account, taken when it is reaped).
-ChildRun runChild(const std::vector<std::string> &arguments)
+// A program run to its end with standard output (unless `output` names a file for it) and error
+// thrown away; its wall time and its own peak resident size (the kernel's account, taken when it
+// is reaped).
+ChildRun runChild(const std::vector<std::string> &arguments, const char *output = "/dev/null")
 {
     std::vector<char *> argv;
     for (const std::string &argument : arguments)
@@ -67,7 +73,7 @@ ChildRun runChild(const std::vector<std::string> &arguments)
     argv.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, output, O_WRONLY | O_CREAT | O_TRUNC, 0600);
     posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
     ChildRun run;
     QElapsedTimer timer;
@@ -123,19 +129,73 @@ std::vector<std::string> sqliteImport(const QString &path)
             "SELECT count(*) FROM t;"};
 }
 
+// DuckDB is not packaged for this system; its Node.js package is the peer, found where
+// bench/peers/duckdb_read_csv.mjs looks for it. Empty when it can run, else why not.
+QString duckdbMissing()
+{
+    if (QStandardPaths::findExecutable(u"node"_s).isEmpty())
+        return u"node is not on the PATH"_s;
+    const QByteArray named = qgetenv("MGIMPORT8_DUCKDB_NODE_MODULES");
+    const QString modules = named.isEmpty() ? u"/tmp/duckpeer/node_modules"_s
+                                            : QString::fromLocal8Bit(named);
+    if (!QFileInfo::exists(modules + u"/@duckdb/node-api/package.json"_s))
+        return u"no @duckdb/node-api under "_s + modules
+               + u" (npm install --prefix /tmp/duckpeer @duckdb/node-api, or name a node_modules"
+                 " folder in MGIMPORT8_DUCKDB_NODE_MODULES)"_s;
+    return {};
+}
+
+std::vector<std::string> duckdbReadCsv(const QString &path)
+{
+    return {"node", MGIMPORT8_DUCKDB_PEER, path.toStdString()};
+}
+
+// The statement's own time as the peer prints it ("N rows in S s"), without Node's start.
+double duckdbStatementSeconds(const QString &printed)
+{
+    QFile file(printed);
+    if (!file.open(QIODevice::ReadOnly))
+        return -1;
+    const QList<QByteArray> words = file.readAll().trimmed().split(' ');
+    bool number = false;
+    const double seconds = words.size() >= 2 ? words.at(words.size() - 2).toDouble(&number) : -1;
+    return number ? seconds : -1;
+}
+
 void BM_CommandLine(benchmark::State &state)
 {
     const QString path = Bench::deviceFile(state.range(0));
     const double size = double(Bench::fileSize(path));
-    ChildRun ours, mapped, python, sqlite;
+    const QString noDuckdb = duckdbMissing();
+    if (!noDuckdb.isEmpty()) {
+        std::fprintf(stderr, "DuckDB peer skipped: %s\n", qPrintable(noDuckdb));
+        state.SetLabel("no DuckDB peer");
+    }
+    const QString duckdbOutput = path + u".duckdb-peer.txt"_s;
+    ChildRun ours, mapped, python, sqlite, duckdb;
+    double duckdbStatement = -1;
     for (auto _ : state) {
         ours = runChild(commandLine(path));
         mapped = runChild(commandLineAllMapped(path));
         python = runChild(pythonCsv(path));
         sqlite = runChild(sqliteImport(path));
-        if (ours.status != 0 || mapped.status != 0 || python.status != 0 || sqlite.status != 0)
+        if (noDuckdb.isEmpty()) {
+            duckdb = runChild(duckdbReadCsv(path), qPrintable(duckdbOutput));
+            duckdbStatement = duckdbStatementSeconds(duckdbOutput);
+            QFile::remove(duckdbOutput);
+        }
+        if (ours.status != 0 || mapped.status != 0 || python.status != 0 || sqlite.status != 0
+            || (noDuckdb.isEmpty() && duckdb.status != 0))
             state.SkipWithError("a program failed");
         state.SetIterationTime(ours.seconds);
+    }
+    if (noDuckdb.isEmpty()) {
+        state.counters["duckdb_s"] = duckdb.seconds;
+        state.counters["duckdb_stmt_s"] = duckdbStatement;
+        state.counters["x_duckdb"] = ours.seconds / duckdb.seconds;
+        state.counters["x_duckdb_stmt"] = ours.seconds / duckdbStatement;
+        state.counters["mapped8_x_duckdb"] = mapped.seconds / duckdb.seconds;
+        state.counters["duckdb_peak_x_file"] = double(duckdb.peakBytes) / size;
     }
     state.counters["mgimport8_s"] = ours.seconds;
     state.counters["mapped8_s"] = mapped.seconds;

@@ -3,6 +3,7 @@
 // it (text method, file, delimiters, mapping found by content, selection, import) to a host that
 // counts the rows it is handed. Nothing may crash or hang; a run either stops on a panel with a
 // message or hands over rows whose columns follow the mapping row, counted once each.
+#include "textmethod.h"
 #include "wizard/headlessview.h"
 #include "wizard/wizardcontroller.h"
 
@@ -97,11 +98,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     view.setFileAnswer(inputPath());
     WizardController wizard(engine, view);
     wizard.start();
-    const QList<MethodListRow> &methods = wizard.state().methods;
-    for (int row = 0; row < methods.size(); ++row) {
-        if (methods.at(row).name == QStringLiteral("Text File"))
-            wizard.selectMethodRow(row);
-    }
+    Bench::selectTextFileMethod(wizard);
     wizard.setFilename(inputPath());
     bool delimitersSet = false;
     for (int step = 0; step < maxSteps && wizard.state().currentPanel != Panel::ImportPanel;

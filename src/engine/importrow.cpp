@@ -37,11 +37,29 @@ void ImportColumn::setData(const QVariant &Data)
 
 struct ImportRow::Private
 {
-    QList<ImportColumn *> columns;
+    // A row's values live here; most hosts never ask for a column object, so one is made only
+    // when asked for and from then on holds the value itself (a host may change it through the
+    // object). The name never changes once added.
+    struct Cell
+    {
+        QString name;
+        QVariant data;
+        ImportColumn *object = nullptr;
+    };
+    QList<Cell> cells;
+    // Every cell's object in order, made for iteration; rebuilt after the cells change.
+    QList<ImportColumn *> objects;
+    bool objectsCurrent = false;
 
     qsizetype find(const QVariant &key) const
     {
-        return findInCollection(columns, key, [](const ImportColumn &c) { return c.Column(); });
+        return findKeyed(cells.size(), key,
+                         [this](qsizetype i) -> const QString & { return cells.at(i).name; });
+    }
+    const QVariant &dataAt(qsizetype index) const
+    {
+        const Cell &cell = cells.at(index);
+        return cell.object ? cell.object->d->data : cell.data;
     }
 };
 
@@ -50,71 +68,98 @@ ImportRow::ImportRow(QObject *parent)
     , d(std::make_unique<Private>())
 {}
 
+// The column objects made are children and go with the row.
 ImportRow::~ImportRow() = default;
+
+ImportColumn *ImportRow::columnAt(qsizetype index) const
+{
+    Private::Cell &cell = d->cells[index];
+    if (!cell.object) {
+        cell.object = new ImportColumn(const_cast<ImportRow *>(this));
+        cell.object->d->column = cell.name;
+        cell.object->d->data = std::exchange(cell.data, QVariant());
+    }
+    return cell.object;
+}
 
 ImportColumn *ImportRow::Item(const QVariant &Column) const
 {
     const qsizetype i = d->find(Column);
-    return i < 0 ? nullptr : d->columns.at(i);
+    return i < 0 ? nullptr : columnAt(i);
 }
 
 int ImportRow::Count() const
 {
-    return int(d->columns.size());
+    return int(d->cells.size());
 }
 
 void ImportRow::Remove(const QVariant &Column)
 {
     const qsizetype i = d->find(Column);
-    if (i >= 0)
-        delete d->columns.takeAt(i);
+    if (i < 0)
+        return;
+    delete d->cells.at(i).object;
+    d->cells.removeAt(i);
+    d->objectsCurrent = false;
 }
 
 ImportRow::const_iterator ImportRow::begin() const
 {
-    return d->columns.cbegin();
+    if (!d->objectsCurrent) {
+        d->objects.clear();
+        d->objects.reserve(d->cells.size());
+        for (qsizetype i = 0; i < d->cells.size(); ++i)
+            d->objects.append(columnAt(i));
+        d->objectsCurrent = true;
+    }
+    return d->objects.cbegin();
 }
 
 ImportRow::const_iterator ImportRow::end() const
 {
-    return d->columns.cend();
+    // Range-for asks for begin first; a caller asking for end alone gets the same list made.
+    return begin() + d->objects.size();
 }
 
-ImportColumn *ImportRow::Add(const QString &Column, const QVariant &Data)
+void ImportRow::Add(const QString &Column, const QVariant &Data)
 {
     // A row never holds two columns of one name: adding it again overwrites the value in place.
-    ImportColumn *column = Item(Column);
-    if (!column) {
-        column = new ImportColumn(this);
-        column->setColumn(Column);
-        d->columns.append(column);
+    const qsizetype i = d->find(Column);
+    if (i < 0) {
+        LibraryAccess::AppendColumn(*this, Column, Data);
+        return;
     }
-    column->setData(Data);
-    return column;
+    Private::Cell &cell = d->cells[i];
+    if (cell.object)
+        cell.object->setData(Data);
+    else
+        cell.data = Data;
 }
 
-ImportColumn *LibraryAccess::AddColumn(ImportRow &row, const QString &column, const QVariant &data)
+void LibraryAccess::AddColumn(ImportRow &row, const QString &column, const QVariant &data)
 {
-    return row.Add(column, data);
+    row.Add(column, data);
 }
 
-ImportColumn *LibraryAccess::AppendColumn(ImportRow &row, const QString &column, QVariant data)
+void LibraryAccess::AppendColumn(ImportRow &row, const QString &column, QVariant data)
 {
-    auto *created = new ImportColumn(&row);
-    created->d->column = column;
-    created->d->data = std::move(data);
-    row.d->columns.append(created);
-    return created;
+    row.d->cells.append({column, std::move(data), nullptr});
+    row.d->objectsCurrent = false;
 }
 
-const QString &LibraryAccess::NameOf(const ImportColumn &column)
+void LibraryAccess::ReserveColumns(ImportRow &row, qsizetype columns)
 {
-    return column.d->column;
+    row.d->cells.reserve(columns);
 }
 
-const QVariant &LibraryAccess::DataOf(const ImportColumn &column)
+const QString &LibraryAccess::NameAt(const ImportRow &row, qsizetype index)
 {
-    return column.d->data;
+    return row.d->cells.at(index).name;
+}
+
+const QVariant &LibraryAccess::DataAt(const ImportRow &row, qsizetype index)
+{
+    return row.d->dataAt(index);
 }
 
 } // namespace MGImport8

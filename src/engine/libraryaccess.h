@@ -25,13 +25,15 @@ public:
     static void FireImportComplete(Engine &engine);
 
     // ImportRow
-    static ImportColumn *AddColumn(ImportRow &row, const QString &column, const QVariant &data);
+    static void AddColumn(ImportRow &row, const QString &column, const QVariant &data);
     /// `AddColumn` for a caller that knows the row holds no column of this name yet: appends
     /// without looking the name up.
-    static ImportColumn *AppendColumn(ImportRow &row, const QString &column, QVariant data);
-    /// A column's name and value without copies, for writers that read every value of every row.
-    static const QString &NameOf(const ImportColumn &column);
-    static const QVariant &DataOf(const ImportColumn &column);
+    static void AppendColumn(ImportRow &row, const QString &column, QVariant data);
+    static void ReserveColumns(ImportRow &row, qsizetype columns);
+    /// A column's name and value by 0-based position (below `Count`), without making the column
+    /// object, for code that reads every value of every row.
+    static const QString &NameAt(const ImportRow &row, qsizetype index);
+    static const QVariant &DataAt(const ImportRow &row, qsizetype index);
 };
 
 } // namespace MGImport8

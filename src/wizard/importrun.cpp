@@ -131,6 +131,7 @@ ImportRun::RowResult ImportRun::handRow(qsizetype row, const QList<ColumnPlan> &
     // The host gets the row for the length of its handler; the guard tells whether it deleted it.
     QPointer<ImportRow> lent = new ImportRow;
     std::unique_ptr<ImportRow> owned(lent.data());
+    LibraryAccess::ReserveColumns(*owned, plan.size());
     for (const ColumnPlan &step : plan) {
         if (m_cancelled)
             return RowResult::Cancelled;

@@ -2,8 +2,12 @@
 // (quotes, backslashes, control characters, characters outside the basic plane, surrogates
 // without their partner), and a full output device reported as a failure instead of a completed
 // import. Rows in their column order, values that are not text among them, are what the golden
-// import tests print.
+// import tests print; a value a host changed through its column object is the one written.
 #include "jsonlines.h"
+
+#include "engine/libraryaccess.h"
+
+#include <MGImport8/importrow.h>
 
 #include <QFile>
 #include <QJsonArray>
@@ -40,6 +44,20 @@ TEST(JsonLines, StringsAreEscapedAsTheJsonDocumentEscapesThem)
         appendJsonString(written, text);
         EXPECT_EQ(written, documentString(text)) << name;
     }
+}
+
+TEST(JsonLines, RowsKeepTheirColumnOrderAndWriteOtherValuesAsText)
+{
+    ImportRow row;
+    LibraryAccess::AppendColumn(row, u"Name"_s, u"core \"1\""_s);
+    LibraryAccess::AppendColumn(row, u"IP"_s, u"10.0.0.1"_s);
+    LibraryAccess::AppendColumn(row, u"Count"_s, 42);
+    LibraryAccess::AppendColumn(row, u"Empty"_s, QVariant());
+    row.Item(u"ip"_s)->setData(u"10.0.0.9"_s);
+    QByteArray written;
+    appendJsonRow(written, row);
+    EXPECT_EQ(written, R"({"Name": "core \"1\"", "IP": "10.0.0.9", "Count": "42", "Empty": ""})"
+                       "\n");
 }
 
 TEST(JsonLines, AFullDeviceIsAFailureNotASummary)

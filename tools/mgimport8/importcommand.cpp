@@ -464,6 +464,105 @@ void configureEngine(Engine &engine, const Options &options)
         engine.ImportOptions()->Add(name, name, value);
 }
 
+// The node store --into names, ready for rows; nothing, after saying why, when it cannot be had.
+std::unique_ptr<NodeInventory::InventoryStore> openStore(const Options &options)
+{
+    QString error;
+    std::unique_ptr<NodeInventory::InventoryStore> store
+        = NodeInventory::openInventoryStore(options.into, &error);
+    if (store) {
+        store->setBusyTimeout(options.waitSeconds * 1000);
+        // Said at once: whoever watches the terminal should know why nothing moves.
+        store->setWaitNotice([](const QString &status) { err() << status << Qt::endl; });
+        // A server store opens its transaction (and takes the inventory's import lock) now;
+        // the SQLite store takes its write lock at the first row, so a user still choosing
+        // rows holds up nobody.
+        if (NodeInventory::isServerLocation(options.into) && !store->begin())
+            error = store->lastError();
+    }
+    if (!store || !error.isEmpty()) {
+        err() << "mgimport8 import: cannot open the node store " << options.into << ": " << error
+              << '\n';
+        return nullptr;
+    }
+    return store;
+}
+
+// One row into the node store, and a line saying what became of it.
+void storeRow(Engine &engine, NodeInventory::InventoryStore &store, const QString &ipColumn,
+              bool overwrite, const ImportRow &row, QString &status, bool &skip)
+{
+    const NodeInventory::InventoryStore::Applied applied = store.apply(row, ipColumn, overwrite);
+    if (applied.outcome == NodeInventory::InventoryStore::Outcome::Failed) {
+        // Not the row's fault: the wizard stops, says why once, and nothing is kept.
+        engine.StopImport(store.lastError());
+        return;
+    }
+    status = applied.status;
+    skip = applied.outcome == NodeInventory::InventoryStore::Outcome::Skipped;
+    out() << "{\"Status\": " << jsonString(status) << ", \"Skip\": " << (skip ? "true" : "false")
+          << ", \"Row\": " << rowToJson(row) << "}\n";
+}
+
+// Where the rows go: JSON Lines on standard output, or the node store.
+void deliverRows(Engine &engine, const Options &options, NodeInventory::InventoryStore *store,
+                 JsonLinesOutput &rowsOut)
+{
+    if (!store) {
+        QObject::connect(&engine, &Engine::NewRow,
+                         [&rowsOut](ImportRow *row, QString &, bool &) { rowsOut.write(*row); });
+        return;
+    }
+    const ImportOption *overwriteOption = engine.ImportOptions()->Item(u"Overwrite"_s);
+    const bool overwrite = !overwriteOption || overwriteOption->Value();
+    QObject::connect(&engine, &Engine::NewRow,
+                     [&, store, overwrite](ImportRow *row, QString &status, bool &skip) {
+                         storeRow(engine, *store, options.ipColumn, overwrite, *row, status, skip);
+                     });
+}
+
+// The method panel: the method the options name, and the file. False, after saying so, when no
+// method fits.
+bool chooseMethod(WizardController &wizard, const Options &options)
+{
+    const int row = methodRow(wizard.catalogue(), options);
+    if (row < 0) {
+        err() << "mgimport8 import: "
+              << (options.method.isEmpty() ? u"no import method reads this kind of file"_s
+                                           : u"no import method named '%1'"_s.arg(options.method))
+              << '\n';
+        return false;
+    }
+    wizard.selectMethodRow(row);
+    if (!options.server)
+        wizard.setFilename(options.file);
+    return true;
+}
+
+// After the import panel: the rows kept (written out, or the store's transaction committed) and
+// the summary printed, or the status of a run that did not complete.
+int finishImport(const WizardController &wizard, NodeInventory::InventoryStore *store,
+                 JsonLinesOutput &rowsOut)
+{
+    if (wizard.result()) {
+        // The import panel was reached but the run did not complete (the store or a host handler
+        // failed); the wizard's message said why.
+        if (store)
+            store->rollback();
+        return InputUnreadable;
+    }
+    if (!store && !rowsOut.finish()) {
+        err() << "mgimport8 import: the rows could not be written to standard output\n";
+        return InputUnreadable;
+    }
+    if (store && !store->commit()) {
+        err() << "mgimport8 import: " << store->lastError() << '\n';
+        return InputUnreadable;
+    }
+    err() << forTerminal(wizard.state().importStatus) << '\n';
+    return Completed;
+}
+
 } // namespace
 
 int runImport(const QStringList &arguments)
@@ -477,52 +576,16 @@ int runImport(const QStringList &arguments)
 
     Engine engine;
     configureEngine(engine, options);
-
     std::unique_ptr<NodeInventory::InventoryStore> store;
-    const bool intoStore = !options.into.isEmpty();
-    if (intoStore) {
-        QString error;
-        store = NodeInventory::openInventoryStore(options.into, &error);
-        if (store) {
-            store->setBusyTimeout(options.waitSeconds * 1000);
-            // Said at once: whoever watches the terminal should know why nothing moves.
-            store->setWaitNotice([](const QString &status) { err() << status << Qt::endl; });
-            // A server store opens its transaction (and takes the inventory's import lock) now;
-            // the SQLite store takes its write lock at the first row, so a user still choosing
-            // rows holds up nobody.
-            if (NodeInventory::isServerLocation(options.into) && !store->begin())
-                error = store->lastError();
-        }
-        if (!store || !error.isEmpty()) {
-            err() << "mgimport8 import: cannot open the node store " << options.into << ": "
-                  << error << '\n';
+    if (!options.into.isEmpty()) {
+        store = openStore(options);
+        if (!store)
             return InputUnreadable;
-        }
     }
-    const ImportOption *overwriteOption = engine.ImportOptions()->Item(u"Overwrite"_s);
-    const bool overwrite = !overwriteOption || overwriteOption->Value();
-
     // Rows go straight to standard output as UTF-8; the text stream would convert every row twice.
     out().flush();
     JsonLinesOutput rowsOut(stdout);
-    QObject::connect(&engine, &Engine::NewRow, [&](ImportRow *row, QString &status, bool &skip) {
-        if (!intoStore) {
-            rowsOut.write(*row);
-            return;
-        }
-        const NodeInventory::InventoryStore::Applied applied = store->apply(*row, options.ipColumn,
-                                                                            overwrite);
-        if (applied.outcome == NodeInventory::InventoryStore::Outcome::Failed) {
-            // Not the row's fault: the wizard stops, says why once, and nothing is kept.
-            engine.StopImport(store->lastError());
-            return;
-        }
-        status = applied.status;
-        skip = applied.outcome == NodeInventory::InventoryStore::Outcome::Skipped;
-        out() << "{\"Status\": " << jsonString(status)
-              << ", \"Skip\": " << (skip ? "true" : "false") << ", \"Row\": " << rowToJson(*row)
-              << "}\n";
-    });
+    deliverRows(engine, options, store.get(), rowsOut);
 
     HeadlessView view(&err());
     view.setFileAnswer(options.file);
@@ -531,39 +594,11 @@ int runImport(const QStringList &arguments)
     WizardController wizard(engine, view);
     wizard.setFirstWorksheet(options.sheet - 1);
     wizard.start();
-
-    const int row = methodRow(wizard.catalogue(), options);
-    if (row < 0) {
-        err() << "mgimport8 import: "
-              << (options.method.isEmpty() ? u"no import method reads this kind of file"_s
-                                           : u"no import method named '%1'"_s.arg(options.method))
-              << '\n';
+    if (!chooseMethod(wizard, options))
         return UsageError;
-    }
-    wizard.selectMethodRow(row);
-    if (!options.server)
-        wizard.setFilename(options.file);
-
     if (const std::optional<int> stopped = walkToImport(wizard, view, engine, options))
         return *stopped;
-
-    if (wizard.result()) {
-        // The import panel was reached but the run did not complete (the store or a host handler
-        // failed); the wizard's message said why.
-        if (intoStore)
-            store->rollback();
-        return InputUnreadable;
-    }
-    if (!intoStore && !rowsOut.finish()) {
-        err() << "mgimport8 import: the rows could not be written to standard output\n";
-        return InputUnreadable;
-    }
-    if (intoStore && !store->commit()) {
-        err() << "mgimport8 import: " << store->lastError() << '\n';
-        return InputUnreadable;
-    }
-    err() << forTerminal(wizard.state().importStatus) << '\n';
-    return Completed;
+    return finishImport(wizard, store.get(), rowsOut);
 }
 
 } // namespace MGImport8::Tool

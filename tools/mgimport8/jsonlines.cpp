@@ -4,6 +4,7 @@
 
 #include <MGImport8/importrow.h>
 
+#include <QVarLengthArray>
 #include <QVariant>
 
 namespace MGImport8::Tool {
@@ -42,16 +43,19 @@ bool isLowSurrogate(char16_t unit)
 
 // The most one UTF-16 unit can take written out: a \uXXXX escape.
 constexpr qsizetype MaxBytesPerUnit = 6;
+// Rows of up to this many columns are written without allocating.
+constexpr qsizetype InlineColumns = 16;
 
-} // namespace
-
-void appendJsonString(QByteArray &out, QStringView text)
+// The most `text` can take written out as a JSON string.
+qsizetype jsonStringBound(QStringView text)
 {
-    // Room for the worst case first, then one pass with a plain pointer; the array is cut back to
-    // what was written at the end.
-    const qsizetype start = out.size();
-    out.resize(start + 2 + MaxBytesPerUnit * text.size());
-    char *cursor = out.data() + start;
+    return 2 + MaxBytesPerUnit * text.size();
+}
+
+// Writes `text` as a JSON string at `cursor`, which has room for `jsonStringBound(text)` bytes;
+// returns the end of what was written.
+char *writeJsonString(char *cursor, QStringView text)
+{
     *cursor++ = '"';
     const char16_t *unit = text.utf16();
     const char16_t *const end = unit + text.size();
@@ -107,27 +111,57 @@ void appendJsonString(QByteArray &out, QStringView text)
         }
     }
     *cursor++ = '"';
-    out.resize(cursor - out.constData());
+    return cursor;
+}
+
+} // namespace
+
+void appendJsonString(QByteArray &out, QStringView text)
+{
+    // Room for the worst case first, then one pass with a plain pointer; the array is cut back to
+    // what was written at the end.
+    const qsizetype start = out.size();
+    out.resize(start + jsonStringBound(text));
+    const char *end = writeJsonString(out.data() + start, text);
+    out.resize(end - out.constData());
 }
 
 void appendJsonRow(QByteArray &out, const ImportRow &row)
 {
-    out.append('{');
-    bool first = true;
-    for (const ImportColumn *column : row) {
-        if (!first)
-            out.append(", ", 2);
-        first = false;
-        appendJsonString(out, LibraryAccess::NameOf(*column));
-        out.append(": ", 2);
-        const QVariant &data = LibraryAccess::DataOf(*column);
-        // The wizard stores text; a host may have put any other value there.
-        if (data.typeId() == QMetaType::QString)
-            appendJsonString(out, *static_cast<const QString *>(data.constData()));
-        else
-            appendJsonString(out, data.toString());
+    // As for one string: room for the whole row's worst case, one pass, cut back once.
+    const qsizetype columns = row.Count();
+    QVarLengthArray<QStringView, InlineColumns> values(columns);
+    // The wizard stores text; a value a host put there of another kind is written as its text.
+    QVarLengthArray<QString, InlineColumns> converted;
+    converted.reserve(columns);
+    qsizetype bound = 3; // {}\n
+    for (qsizetype i = 0; i < columns; ++i) {
+        const QVariant &data = LibraryAccess::DataAt(row, i);
+        if (data.typeId() == QMetaType::QString) {
+            values[i] = *static_cast<const QString *>(data.constData());
+        } else {
+            converted.append(data.toString());
+            values[i] = converted.back();
+        }
+        bound += 4 + jsonStringBound(LibraryAccess::NameAt(row, i)) + jsonStringBound(values[i]);
     }
-    out.append("}\n", 2);
+    const qsizetype start = out.size();
+    out.resize(start + bound);
+    char *cursor = out.data() + start;
+    *cursor++ = '{';
+    for (qsizetype i = 0; i < columns; ++i) {
+        if (i > 0) {
+            *cursor++ = ',';
+            *cursor++ = ' ';
+        }
+        cursor = writeJsonString(cursor, LibraryAccess::NameAt(row, i));
+        *cursor++ = ':';
+        *cursor++ = ' ';
+        cursor = writeJsonString(cursor, values[i]);
+    }
+    *cursor++ = '}';
+    *cursor++ = '\n';
+    out.resize(cursor - out.constData());
 }
 
 JsonLinesOutput::JsonLinesOutput(std::FILE *file)
