@@ -21,6 +21,7 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QScopeGuard>
 
 #include <memory>
 
@@ -37,20 +38,12 @@ constexpr int UsageError = 2;
 constexpr int YieldIntervalMs = 100;
 constexpr int MaxSheetNumber = 65535;
 constexpr int MaxWaitSeconds = 86400;
+// The rows' outcomes with --into are written in blocks of this size, as the rows are without it.
+constexpr qsizetype OutcomeBlockBytes = 256 * 1024;
 
 const QStringList WorkbookSuffixes = {u"xls"_s, u"xlsx"_s, u"xlsm"_s, u"ods"_s};
 const QStringList AccessSuffixes = {u"mdb"_s, u"accdb"_s};
 const QString MappingIgnore = u"<ignore>"_s;
-
-// One row as a JSON object, columns in the row's own order (QJsonObject would sort them).
-QString rowToJson(const ImportRow &row)
-{
-    QStringList members;
-    for (const ImportColumn *column : row)
-        members.append(jsonString(column->Column()) + u": "_s
-                       + jsonString(column->Data().toString()));
-    return u"{"_s + members.join(u", "_s) + u"}"_s;
-}
 
 struct Options
 {
@@ -505,6 +498,20 @@ int runImport(const QStringList &arguments)
     // Rows go straight to standard output as UTF-8; the text stream would convert every row twice.
     out().flush();
     JsonLinesOutput rowsOut(stdout);
+    QByteArray outcomes;
+    bool outcomesLost = false;
+    const auto writeOutcomes = [&] {
+        if (!outcomes.isEmpty()
+            && std::fwrite(outcomes.constData(), 1, size_t(outcomes.size()), stdout)
+                   != size_t(outcomes.size()))
+            outcomesLost = true;
+        outcomes.resize(0);
+    };
+    // Whichever way the run ends, the outcomes printed so far reach standard output.
+    const QScopeGuard flushOutcomes([&] {
+        writeOutcomes();
+        std::fflush(stdout);
+    });
     QObject::connect(&engine, &Engine::NewRow, [&](ImportRow *row, QString &status, bool &skip) {
         if (!intoStore) {
             rowsOut.write(*row);
@@ -519,9 +526,14 @@ int runImport(const QStringList &arguments)
         }
         status = applied.status;
         skip = applied.outcome == NodeInventory::InventoryStore::Outcome::Skipped;
-        out() << "{\"Status\": " << jsonString(status)
-              << ", \"Skip\": " << (skip ? "true" : "false") << ", \"Row\": " << rowToJson(*row)
-              << "}\n";
+        outcomes += "{\"Status\": ";
+        appendJsonString(outcomes, status);
+        outcomes += skip ? ", \"Skip\": true, \"Row\": " : ", \"Skip\": false, \"Row\": ";
+        appendJsonRow(outcomes, *row);
+        outcomes.chop(1); // the row's line feed, after the object that holds it
+        outcomes += "}\n";
+        if (outcomes.size() >= OutcomeBlockBytes)
+            writeOutcomes();
     });
 
     HeadlessView view(&err());
@@ -557,6 +569,14 @@ int runImport(const QStringList &arguments)
     if (!intoStore && !rowsOut.finish()) {
         err() << "mgimport8 import: the rows could not be written to standard output\n";
         return InputUnreadable;
+    }
+    if (intoStore) {
+        writeOutcomes();
+        if (outcomesLost || std::fflush(stdout) != 0) {
+            store->rollback();
+            err() << "mgimport8 import: the rows could not be written to standard output\n";
+            return InputUnreadable;
+        }
     }
     if (intoStore && !store->commit()) {
         err() << "mgimport8 import: " << store->lastError() << '\n';
