@@ -15,8 +15,6 @@ constexpr std::size_t InitialSlots = 1024;
 constexpr int AddressParts = 4;
 constexpr unsigned MaxPart = 255;
 constexpr qsizetype MaxAddressLength = 15;
-// How many rows ahead of its turn a staged row is asked for from memory.
-constexpr std::size_t PrefetchDistance = 8;
 
 template<typename Char>
 std::optional<quint32> parseCanonical(const Char *text, qsizetype size)
@@ -207,21 +205,15 @@ void StagedImport::stage(const Place &place, const QString (&fields)[4], qsizety
 
 bool StagedImport::write(sqlite3_stmt *upsert)
 {
-    std::vector<std::pair<quint64, quint32>> order;
-    order.reserve(m_rows.size());
-    for (std::size_t i = 0; i < m_rows.size(); ++i)
-        order.emplace_back(textOrder(m_rows[i].address), quint32(i));
-    std::sort(order.begin(), order.end());
+    // The rows themselves are sorted, not an index to them: walked in place afterwards, each row
+    // is next to the one before in memory, where an index would send every step to a random page.
+    for (Row &row : m_rows)
+        row.order = textOrder(row.address);
+    std::sort(m_rows.begin(), m_rows.end(),
+              [](const Row &a, const Row &b) { return a.order < b.order; });
     const char *const text = m_text.constData();
     char ip[MaxAddressLength + 1];
-    // Rows and their texts lie in the order they came, so the sorted walk asks for them well
-    // ahead of their turn rather than waiting on memory for each.
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        if (i + 2 * PrefetchDistance < order.size())
-            __builtin_prefetch(&m_rows[order[i + 2 * PrefetchDistance].second]);
-        if (i + PrefetchDistance < order.size())
-            __builtin_prefetch(text + m_rows[order[i + PrefetchDistance].second].text);
-        const Row &row = m_rows[order[i].second];
+    for (const Row &row : m_rows) {
         sqlite3_bind_text(upsert, 1, ip, formatAddress(row.address, ip), SQLITE_TRANSIENT);
         // Text laid out as extra, name, description, location, contact; bound in column order.
         qsizetype at = row.text;

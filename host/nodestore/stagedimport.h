@@ -63,7 +63,8 @@ public:
     QByteArray &text() { return m_text; }
 
     /// Steps `upsert` (ip, name, description, location, contact, extra) once for every staged
-    /// address, in the index's order. False at the first row SQLite refuses.
+    /// address, in the index's order. False at the first row SQLite refuses. It ends the staging
+    /// (the rows are reordered): the transaction is committed or rolled back next.
     bool write(sqlite3_stmt *upsert);
 
     qsizetype size() const { return qsizetype(m_rows.size()); }
@@ -75,6 +76,7 @@ private:
     static constexpr int FieldCount = 5;
     struct Row
     {
+        quint64 order; // set by `write`
         quint32 address;
         qint32 lengths[FieldCount]; // -1: NULL
         qsizetype text;
