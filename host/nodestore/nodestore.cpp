@@ -1,5 +1,7 @@
 #include "nodestore.h"
 
+#include "stagedimport.h"
+
 #include <MGImport8/ipaddress.h>
 
 #include <QDir>
@@ -11,6 +13,7 @@
 #include <QSqlQuery>
 #include <QStandardPaths>
 #include <QUuid>
+#include <QVarLengthArray>
 
 #include <sqlite3.h>
 
@@ -31,6 +34,22 @@ constexpr int SqliteBusy = 5;
 constexpr int ImportCacheKiB = 64 * 1024;
 constexpr int DefaultCacheKiB = 2000;
 constexpr int SqliteLocked = 6;
+// Rows are held back for the end once the import has handed over more rows than a quarter of the
+// store: reading the store's addresses then costs less than what the held-back rows save.
+constexpr qint64 StagingRatio = 4;
+// Columns of a row kept on the stack while it is read.
+constexpr int TypicalColumns = 16;
+
+// True when `text` goes into a JSON string as its UTF-8 bytes alone, as QJsonDocument writes it.
+bool isPlainJson(QStringView text)
+{
+    for (const QChar c : text) {
+        const char16_t unit = c.unicode();
+        if (unit < 0x20 || unit == u'"' || unit == u'\\' || QChar::isSurrogate(unit))
+            return false;
+    }
+    return true;
+}
 
 QString errorText(const QSqlError &error)
 {
@@ -230,6 +249,7 @@ bool NodeStore::begin()
         return false;
     }
     m_inTransaction = true;
+    m_appliedRows = 0;
     // Addresses arrive in no order, so every row lands on some page of the address index; with
     // SQLite's default 2 MB page cache a large import spills and rereads index pages all the time.
     // The cache grows to this bound only as pages are used, and is handed back after the import.
@@ -299,6 +319,15 @@ bool NodeStore::commit()
 {
     if (!m_inTransaction)
         return true;
+    // Held-back rows are written now; on failure the transaction stays open for the rollback.
+    if (m_staging) {
+        if (!m_staging->write(m_upsert)) {
+            m_lastError = u"The node store %1 could not save the import: %2"_s.arg(m_path,
+                                                                                  sqliteError());
+            return false;
+        }
+        m_staging.reset();
+    }
     sqlite3 *handle = m_handle;
     endStatements();
     QSqlDatabase db = QSqlDatabase::database(m_connection, false);
@@ -320,6 +349,7 @@ void NodeStore::rollback()
 {
     if (!m_inTransaction)
         return;
+    m_staging.reset();
     endStatements();
     QSqlDatabase db = QSqlDatabase::database(m_connection, false);
     QSqlQuery(db).exec(u"ROLLBACK"_s);
@@ -346,6 +376,72 @@ int NodeStore::slotOf(const QString &name, const QString &ipColumn)
     return ExtraSlot;
 }
 
+bool NodeStore::startStaging()
+{
+    auto staging = std::make_unique<StagedImport>();
+    if (!staging->readStore(m_handle)) {
+        m_lastError = u"The node store %1 could not be read: %2"_s.arg(m_path, sqliteError());
+        return false;
+    }
+    m_staging = std::move(staging);
+    return true;
+}
+
+void NodeStore::layOutExtra(qsizetype columns)
+{
+    // QJsonObject orders the keys; a later column of the same name wins, as in the object.
+    QJsonObject positions;
+    for (qsizetype i = 0; i < columns; ++i) {
+        if (m_slots[i] == ExtraSlot)
+            positions[m_slotNames[i]] = i;
+    }
+    m_extraKeys.clear();
+    m_extraKeysPlain = true;
+    for (auto it = positions.constBegin(); it != positions.constEnd(); ++it) {
+        m_extraKeysPlain = m_extraKeysPlain && isPlainJson(it.key());
+        QByteArray json = "\"";
+        appendUtf8(json, it.key());
+        json += "\":";
+        m_extraKeys.append({it.key(), json, qsizetype(it.value().toInteger())});
+    }
+    m_extraColumns = columns;
+}
+
+// The extra column: the other columns as one compact JSON object, byte for byte as QJsonDocument
+// writes it, but without building a document for the usual row whose texts need no escaping.
+void NodeStore::appendExtra(QByteArray &out, const MGImport8::ImportColumn *const *cells) const
+{
+    if (m_extraKeys.isEmpty())
+        return;
+    const qsizetype start = out.size();
+    if (m_extraKeysPlain) {
+        out += '{';
+        bool plain = true;
+        for (const ExtraKey &key : m_extraKeys) {
+            const QString value = cells[key.position]->Data().toString();
+            if (!isPlainJson(value)) {
+                plain = false;
+                break;
+            }
+            if (out.size() > start + 1)
+                out += ',';
+            out += key.json;
+            out += '"';
+            appendUtf8(out, value);
+            out += '"';
+        }
+        if (plain) {
+            out += '}';
+            return;
+        }
+        out.truncate(start);
+    }
+    QJsonObject extra;
+    for (const ExtraKey &key : m_extraKeys)
+        extra[key.name] = cells[key.position]->Data().toString();
+    out += QJsonDocument(extra).toJson(QJsonDocument::Compact);
+}
+
 NodeStore::Applied NodeStore::apply(const MGImport8::ImportRow &row, const QString &ipColumn,
                                     bool overwrite)
 {
@@ -355,35 +451,61 @@ NodeStore::Applied NodeStore::apply(const MGImport8::ImportRow &row, const QStri
         m_slotIpColumn = ipColumn;
         m_slotNames.clear();
         m_slots.clear();
+        m_extraColumns = -1;
     }
     const MGImport8::ImportColumn *ipCell = nullptr;
     QString known[4];
-    QJsonObject extra;
-    qsizetype at = 0;
+    QVarLengthArray<const MGImport8::ImportColumn *, TypicalColumns> cells;
     for (const MGImport8::ImportColumn *column : row) {
-        const QString &name = column->Column();
+        const qsizetype at = cells.size();
+        cells.append(column);
+        const QString name = column->Column();
         if (at == m_slotNames.size()) {
             m_slotNames.append(name);
             m_slots.append(slotOf(name, ipColumn));
+            m_extraColumns = -1;
         } else if (m_slotNames[at] != name) {
             m_slotNames[at] = name;
             m_slots[at] = slotOf(name, ipColumn);
+            m_extraColumns = -1;
         }
-        const int slot = m_slots[at++];
+        const int slot = m_slots[at];
         if (slot == IPSlot && !ipCell)
             ipCell = column;
         else if (slot >= 0)
             known[slot] = column->Data().toString();
-        else if (slot == ExtraSlot)
-            extra[name] = column->Data().toString();
     }
-    const QString ip = ipCell ? MGImport8::IPAddress::Canonical(ipCell->Data().toString().trimmed())
-                              : QString();
-    if (ip.isEmpty())
+    if (cells.size() != m_extraColumns)
+        layOutExtra(cells.size());
+
+    // Most files spell their addresses as the store keeps them; only the others need the
+    // wizard's full reading.
+    QString ip = ipCell ? ipCell->Data().toString() : QString();
+    std::optional<quint32> address = canonicalAddress(ip);
+    if (!address && ipCell) {
+        ip = MGImport8::IPAddress::Canonical(ip.trimmed());
+        address = canonicalAddress(ip);
+    }
+    if (!address)
         return {Outcome::Skipped, u"Skipped: no valid IP address"_s};
 
     if (!m_inTransaction && !begin())
         return {Outcome::Failed, {}};
+    if (!m_staging && ++m_appliedRows * StagingRatio > m_highestRowId && !startStaging())
+        return {Outcome::Failed, {}};
+    if (m_staging) {
+        const StagedImport::Place place = m_staging->find(*address);
+        if (place.known && !overwrite)
+            return {Outcome::Skipped, u"Skipped: "_s + ip + u" is already in the inventory"_s};
+        QByteArray &text = m_staging->text();
+        const qsizetype extraStart = text.size();
+        appendExtra(text, cells.constData());
+        m_staging->stage(place, known, extraStart);
+        if (place.known)
+            return {Outcome::Updated, u"Updated "_s + ip};
+        return {Outcome::Added, u"Added "_s + ip};
+    }
+
     sqlite3_stmt *write = overwrite ? m_upsert : m_insertNew;
     // The texts outlive the step, so SQLite may read them in place.
     auto bind = [write](int position, const QString &text) {
@@ -393,13 +515,15 @@ NodeStore::Applied NodeStore::apply(const MGImport8::ImportRow &row, const QStri
             sqlite3_bind_text16(write, position, text.utf16(), int(text.size() * sizeof(char16_t)),
                                 SQLITE_STATIC);
     };
-    const QString extraText = extra.isEmpty() ? QString()
-                                              : QString::fromUtf8(QJsonDocument(extra).toJson(
-                                                  QJsonDocument::Compact));
+    m_extra.resize(0);
+    appendExtra(m_extra, cells.constData());
     bind(1, ip);
     for (int i = 0; i < 4; ++i)
         bind(i + 2, known[i]);
-    bind(6, extraText);
+    if (m_extraKeys.isEmpty())
+        sqlite3_bind_null(write, 6);
+    else
+        sqlite3_bind_text(write, 6, m_extra.constData(), int(m_extra.size()), SQLITE_STATIC);
     const int stepped = sqlite3_step(write);
     sqlite3_reset(write);
     if (stepped != SQLITE_DONE) {
@@ -407,15 +531,15 @@ NodeStore::Applied NodeStore::apply(const MGImport8::ImportRow &row, const QStri
         return {Outcome::Failed, {}};
     }
     if (sqlite3_changes(m_handle) == 0) // the address was known and Overwrite is off
-        return {Outcome::Skipped, u"Skipped: %1 is already in the inventory"_s.arg(ip)};
+        return {Outcome::Skipped, u"Skipped: "_s + ip + u" is already in the inventory"_s};
     // The upsert's update branch leaves the last inserted row id alone; an insert sets it to a
     // row id past every earlier one.
     const qint64 rowId = sqlite3_last_insert_rowid(m_handle);
     if (rowId > m_highestRowId) {
         m_highestRowId = rowId;
-        return {Outcome::Added, u"Added %1"_s.arg(ip)};
+        return {Outcome::Added, u"Added "_s + ip};
     }
-    return {Outcome::Updated, u"Updated %1"_s.arg(ip)};
+    return {Outcome::Updated, u"Updated "_s + ip};
 }
 
 QList<Node> NodeStore::nodes() const

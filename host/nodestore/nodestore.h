@@ -7,11 +7,14 @@
 #include <QStringList>
 
 #include <functional>
+#include <memory>
 
 struct sqlite3;
 struct sqlite3_stmt;
 
 namespace NodeInventory {
+
+class StagedImport;
 
 /// The demo host's node store: SQLite, one row per node, keyed by the node's IP address in its
 /// canonical dotted form. Shared by Node Inventory and `mgimport8 import --into`.
@@ -21,6 +24,11 @@ namespace NodeInventory {
 /// while another import holds it), `commit` once the import ran to its end, `rollback` otherwise,
 /// so a cancelled or failed import leaves the store as it was. Between `begin` and the end of the
 /// transaction the store's two statements stay prepared.
+///
+/// An import that is large beside the store is held back once it has gone on for a while: its
+/// rows are told added, updated or skipped at once from the addresses the store holds, and go
+/// to the store at `commit`, in the order of its address index (see StagedImport). A failure to
+/// write them then shows in `commit`.
 class NodeStore final : public InventoryStore
 {
 public:
@@ -77,6 +85,9 @@ private:
     void endStatements();
     QString sqliteError() const;
     void restoreCache(QSqlDatabase &db);
+    bool startStaging();
+    void layOutExtra(qsizetype columns);
+    void appendExtra(QByteArray &out, const MGImport8::ImportColumn *const *cells) const;
     // Where a column's value goes: one of the four known columns (0 to 3), or one of these.
     static constexpr int IPSlot = -1, IgnoredSlot = -2, ExtraSlot = -3;
     static int slotOf(const QString &name, const QString &ipColumn);
@@ -98,6 +109,21 @@ private:
     QString m_slotIpColumn;
     QStringList m_slotNames;
     QList<int> m_slots;
+    // The other columns as the extra column's JSON object writes them: key order, each key's
+    // `"name":` and the position of the column whose value it takes (the last of that name).
+    struct ExtraKey
+    {
+        QString name;
+        QByteArray json;
+        qsizetype position;
+    };
+    QList<ExtraKey> m_extraKeys;
+    qsizetype m_extraColumns = -1; // the row width m_extraKeys was laid out for
+    bool m_extraKeysPlain = true;  // no key needs escaping
+    QByteArray m_extra;
+    // Rows handed over since `begin`, and the rows held back once the import is large.
+    qint64 m_appliedRows = 0;
+    std::unique_ptr<StagedImport> m_staging;
 };
 
 } // namespace NodeInventory

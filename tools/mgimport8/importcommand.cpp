@@ -19,9 +19,8 @@
 
 #include <QCommandLineParser>
 #include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonDocument>
 
+#include <cstdio>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -37,20 +36,12 @@ constexpr int UsageError = 2;
 constexpr int YieldIntervalMs = 100;
 constexpr int MaxSheetNumber = 65535;
 constexpr int MaxWaitSeconds = 86400;
+// The rows' outcomes with --into are written in blocks of this size, as the rows are without it.
+constexpr qsizetype OutcomeBlockBytes = 256 * 1024;
 
 const QStringList WorkbookSuffixes = {u"xls"_s, u"xlsx"_s, u"xlsm"_s, u"ods"_s};
 const QStringList AccessSuffixes = {u"mdb"_s, u"accdb"_s};
 const QString MappingIgnore = u"<ignore>"_s;
-
-// One row as a JSON object, columns in the row's own order (QJsonObject would sort them).
-QString rowToJson(const ImportRow &row)
-{
-    QStringList members;
-    for (const ImportColumn *column : row)
-        members.append(jsonString(column->Column()) + u": "_s
-                       + jsonString(column->Data().toString()));
-    return u"{"_s + members.join(u", "_s) + u"}"_s;
-}
 
 struct Options
 {
@@ -488,9 +479,51 @@ std::unique_ptr<NodeInventory::InventoryStore> openStore(const Options &options)
     return store;
 }
 
+// The lines saying what became of each row stored, escaped straight into UTF-8 and written to
+// standard output in blocks; a block that cannot be written is remembered, so the import is not
+// reported as done.
+class OutcomeLines
+{
+public:
+    ~OutcomeLines() { flush(); }
+
+    void add(const QString &status, bool skip, const ImportRow &row)
+    {
+        m_block += "{\"Status\": ";
+        appendJsonString(m_block, status);
+        m_block += skip ? ", \"Skip\": true, \"Row\": " : ", \"Skip\": false, \"Row\": ";
+        appendJsonRow(m_block, row);
+        m_block.chop(1); // the row's line feed, after the object that holds it
+        m_block += "}\n";
+        if (m_block.size() >= OutcomeBlockBytes)
+            write();
+    }
+
+    // True when every line reached standard output.
+    bool flush()
+    {
+        write();
+        return std::fflush(stdout) == 0 && !m_lost;
+    }
+
+private:
+    void write()
+    {
+        if (!m_block.isEmpty()
+            && std::fwrite(m_block.constData(), 1, size_t(m_block.size()), stdout)
+                   != size_t(m_block.size()))
+            m_lost = true;
+        m_block.resize(0);
+    }
+
+    QByteArray m_block;
+    bool m_lost = false;
+};
+
 // One row into the node store, and a line saying what became of it.
 void storeRow(Engine &engine, NodeInventory::InventoryStore &store, const QString &ipColumn,
-              bool overwrite, const ImportRow &row, QString &status, bool &skip)
+              bool overwrite, const ImportRow &row, QString &status, bool &skip,
+              OutcomeLines &outcomes)
 {
     const NodeInventory::InventoryStore::Applied applied = store.apply(row, ipColumn, overwrite);
     if (applied.outcome == NodeInventory::InventoryStore::Outcome::Failed) {
@@ -500,13 +533,12 @@ void storeRow(Engine &engine, NodeInventory::InventoryStore &store, const QStrin
     }
     status = applied.status;
     skip = applied.outcome == NodeInventory::InventoryStore::Outcome::Skipped;
-    out() << "{\"Status\": " << jsonString(status) << ", \"Skip\": " << (skip ? "true" : "false")
-          << ", \"Row\": " << rowToJson(row) << "}\n";
+    outcomes.add(status, skip, row);
 }
 
 // Where the rows go: JSON Lines on standard output, or the node store.
 void deliverRows(Engine &engine, const Options &options, NodeInventory::InventoryStore *store,
-                 JsonLinesOutput &rowsOut)
+                 JsonLinesOutput &rowsOut, OutcomeLines &outcomes)
 {
     if (!store) {
         QObject::connect(&engine, &Engine::NewRow,
@@ -517,7 +549,8 @@ void deliverRows(Engine &engine, const Options &options, NodeInventory::Inventor
     const bool overwrite = !overwriteOption || overwriteOption->Value();
     QObject::connect(&engine, &Engine::NewRow,
                      [&, store, overwrite](ImportRow *row, QString &status, bool &skip) {
-                         storeRow(engine, *store, options.ipColumn, overwrite, *row, status, skip);
+                         storeRow(engine, *store, options.ipColumn, overwrite, *row, status, skip,
+                                  outcomes);
                      });
 }
 
@@ -542,7 +575,7 @@ bool chooseMethod(WizardController &wizard, const Options &options)
 // After the import panel: the rows kept (written out, or the store's transaction committed) and
 // the summary printed, or the status of a run that did not complete.
 int finishImport(const WizardController &wizard, NodeInventory::InventoryStore *store,
-                 JsonLinesOutput &rowsOut)
+                 JsonLinesOutput &rowsOut, OutcomeLines &outcomes)
 {
     if (wizard.result()) {
         // The import panel was reached but the run did not complete (the store or a host handler
@@ -552,6 +585,11 @@ int finishImport(const WizardController &wizard, NodeInventory::InventoryStore *
         return InputUnreadable;
     }
     if (!store && !rowsOut.finish()) {
+        err() << "mgimport8 import: the rows could not be written to standard output\n";
+        return InputUnreadable;
+    }
+    if (store && !outcomes.flush()) {
+        store->rollback();
         err() << "mgimport8 import: the rows could not be written to standard output\n";
         return InputUnreadable;
     }
@@ -585,7 +623,8 @@ int runImport(const QStringList &arguments)
     // Rows go straight to standard output as UTF-8; the text stream would convert every row twice.
     out().flush();
     JsonLinesOutput rowsOut(stdout);
-    deliverRows(engine, options, store.get(), rowsOut);
+    OutcomeLines outcomes;
+    deliverRows(engine, options, store.get(), rowsOut, outcomes);
 
     HeadlessView view(&err());
     view.setFileAnswer(options.file);
@@ -598,7 +637,7 @@ int runImport(const QStringList &arguments)
         return UsageError;
     if (const std::optional<int> stopped = walkToImport(wizard, view, engine, options))
         return *stopped;
-    return finishImport(wizard, store.get(), rowsOut);
+    return finishImport(wizard, store.get(), rowsOut, outcomes);
 }
 
 } // namespace MGImport8::Tool
