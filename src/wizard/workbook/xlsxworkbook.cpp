@@ -353,6 +353,29 @@ void addMergedAreas(std::string &tail, SheetCells &cells)
 
 } // namespace
 
+// A cell sits at its own reference, or just after the cell before it in the row.
+void XlsxWorkbook::addRowCells(const std::string &path, const pugi::xml_node &row,
+                               std::uint32_t rowIndex, SheetCells &cells,
+                               std::string &scratch) const
+{
+    std::uint32_t nextColumn = 0;
+    for (pugi::xml_node cell : row.children()) {
+        if (localName(cell.name()) != "c")
+            continue;
+        std::uint32_t cellRow = rowIndex;
+        std::uint32_t column = nextColumn;
+        const pugi::xml_attribute reference = attributeByLocalName(cell, "r");
+        if (reference && !parseCellReference(reference.value(), cellRow, column))
+            failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
+                         u"A cell of "_s % text(path) % u" has the bad reference \""_s
+                             % QString::fromUtf8(reference.value()) % u"\""_s);
+        nextColumn = column + 1;
+        cells.add(cellRow, column, cellText(path, cell, scratch));
+    }
+}
+
+// The rows come in batches from the part as it is unpacked; a row without a number follows the
+// one before it.
 std::shared_ptr<const TextTable> XlsxWorkbook::readSheet(int position)
 {
     const std::string &path = m_sheets.at(size_t(position)).path;
@@ -367,7 +390,7 @@ std::shared_ptr<const TextTable> XlsxWorkbook::readSheet(int position)
 
     SheetCells cells;
     std::uint32_t nextRow = 0;
-    std::string value;
+    std::string scratch;
     XmlItemStream stream(*stored, "sheetData", "row", [&](const pugi::xml_document &fragment) {
         for (pugi::xml_node row : fragment.children()) {
             if (localName(row.name()) != "row")
@@ -375,20 +398,7 @@ std::shared_ptr<const TextTable> XlsxWorkbook::readSheet(int position)
             const unsigned rowNumber = attributeByLocalName(row, "r").as_uint(0);
             const std::uint32_t rowIndex = rowNumber > 0 ? rowNumber - 1 : nextRow;
             nextRow = rowIndex + 1;
-            std::uint32_t nextColumn = 0;
-            for (pugi::xml_node cell : row.children()) {
-                if (localName(cell.name()) != "c")
-                    continue;
-                std::uint32_t cellRow = rowIndex;
-                std::uint32_t column = nextColumn;
-                const pugi::xml_attribute reference = attributeByLocalName(cell, "r");
-                if (reference && !parseCellReference(reference.value(), cellRow, column))
-                    failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                                 u"A cell of "_s % text(path) % u" has the bad reference \""_s
-                                     % QString::fromUtf8(reference.value()) % u"\""_s);
-                nextColumn = column + 1;
-                cells.add(cellRow, column, cellText(path, cell, value));
-            }
+            addRowCells(path, row, rowIndex, cells, scratch);
         }
     });
     m_zip.stream(*stored, [&](std::string_view piece) { stream.feed(piece); });

@@ -15,6 +15,8 @@ class xml_node;
 
 namespace MGImport8 {
 
+class SheetCells;
+
 /// An Office Open XML workbook (.xlsx, .xlsm, transitional or strict) in its zip container.
 /// Sheets count in the workbook's own order, hidden ones included; a chart or dialog sheet has
 /// no cells. Failures throw WorkbookFailure.
@@ -43,6 +45,9 @@ private:
     /// A cell's text by its type; `scratch` holds the text when it is not in the part already.
     std::string_view cellText(const std::string &path, const pugi::xml_node &cell,
                               std::string &scratch) const;
+    /// Adds the cells of a `row` element of the sheet part `path`, the sheet's row `rowIndex`.
+    void addRowCells(const std::string &path, const pugi::xml_node &row, std::uint32_t rowIndex,
+                     SheetCells &cells, std::string &scratch) const;
 
     ZipContainer m_zip;
     std::string m_workbookPath;
