@@ -1,6 +1,6 @@
 #include "wizard/wizardcontroller.h"
 
-#include "common/commonfunctions.h"
+#include "common/texthelpers.h"
 #include "wizard/sources/workbooksourcereader.h"
 
 #include <MGImport8/importtype.h>

@@ -9,7 +9,7 @@
 //   that is not a registry file.
 #include "common/registry.h"
 
-#include "common/commonfunctions.h"
+#include "common/texthelpers.h"
 
 #include "testsupport.h"
 

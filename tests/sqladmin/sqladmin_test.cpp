@@ -10,8 +10,8 @@
 #include <MGImport8/sqladmin.h>
 
 #include "admintesting.h"
-#include "common/commonfunctions.h"
 #include "common/connectionstring.h"
+#include "common/specialfolders.h"
 #include "sqladmin/admin/sqladmin_p.h"
 #include "sqladmin/connectiontranslator.h"
 #include "sqladmin/manageddatabase.h"

@@ -3,7 +3,7 @@
 //   place rather than duplicated, nulls give empty values and variants convert as automation does.
 // GetNodeText: attributes give their value, elements the text of all descendants, and bad or
 //   non-node expressions give empty text instead of throwing.
-#include "common/xmlfunctions.h"
+#include "common/xmlnodes.h"
 
 #include <QDateTime>
 
