@@ -20,11 +20,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::string_view bytes(reinterpret_cast<const char *>(data), size);
     for (int sheet = 0; sheet < SheetsTried; ++sheet) {
         try {
-            XlsWorkbook::readSheet(bytes, sheet);
-        } catch (const WorkbookFailure &failure) {
-            if (failure.error.description.isEmpty())
+            const auto read = XlsWorkbook::readSheet(bytes, sheet);
+            if (read)
+                continue;
+            if (read.failure().description.isEmpty())
                 __builtin_trap();
-            if (failure.error.number == WorkbookErrorNumber::SubscriptOutOfRange)
+            if (read.failure().number == WorkbookErrorNumber::SubscriptOutOfRange)
                 break;
         } catch (const std::bad_alloc &) {
             break;

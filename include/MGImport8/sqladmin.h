@@ -12,17 +12,23 @@ class QSqlDatabase;
 
 namespace MGImport8 {
 
+/// A database of the server `SQLAdmin` is connected to, as `SQLAdmin::GetDatabase` hands it out
+/// and `UpdateDatabaseStructure` and `WriteXMLStructureFile` take it back. Hosts hold it only by
+/// pointer; it belongs to the `SQLAdmin` that gave it.
+class SQLDatabase;
+
 namespace SqlAdmin {
 class ManagementServer;
-class ManagedDatabase;
 class SQLAdminAccess;
+/// The name `SQLDatabase` had before it was public; kept so that existing callers still build.
+using ManagedDatabase = MGImport8::SQLDatabase;
 } // namespace SqlAdmin
 } // namespace MGImport8
 
 // The management objects stay the library's own: hosts receive them as opaque pointers, to hand
 // back to SQLAdmin (`UpdateDatabaseStructure`, `WriteXMLStructureFile`).
 Q_DECLARE_OPAQUE_POINTER(MGImport8::SqlAdmin::ManagementServer *)
-Q_DECLARE_OPAQUE_POINTER(MGImport8::SqlAdmin::ManagedDatabase *)
+Q_DECLARE_OPAQUE_POINTER(MGImport8::SQLDatabase *)
 
 namespace MGImport8 {
 
@@ -174,7 +180,7 @@ public:
 
     /// The management object of a database, or nothing (the reason in `LastError`). The object
     /// belongs to this SQLAdmin and lives until the next `Connect` or `Disconnect`.
-    Q_INVOKABLE MGImport8::SqlAdmin::ManagedDatabase *GetDatabase(const QString &Name);
+    Q_INVOKABLE MGImport8::SQLDatabase *GetDatabase(const QString &Name);
 
     /// The management connection itself; nothing when not connected. Opaque to hosts.
     SqlAdmin::ManagementServer *SQLServer() const;
@@ -184,7 +190,7 @@ public:
     /// `AlteringDatabase` and appends to `UpdateTrace`; progress goes to
     /// `UpdateDBStructureProgress`. False when the file cannot be read or an object cannot be
     /// created; what was changed before stays changed.
-    Q_INVOKABLE bool UpdateDatabaseStructure(SqlAdmin::ManagedDatabase *Database,
+    Q_INVOKABLE bool UpdateDatabaseStructure(MGImport8::SQLDatabase *Database,
                                              const QString &StructureFile);
     /// Creates the database with the structure file's CREATE command, its name and data folder
     /// put in, and builds the file's objects in it. True once the CREATE did not fail.
@@ -197,7 +203,7 @@ public:
     /// Writes the structure file of `Database` (from `GetDatabase`) to `FileName`, with the rows
     /// of the tables named in `DataTables` as seed data. False, with the reason in `LastError`,
     /// when the catalogue cannot be read or the file written.
-    Q_INVOKABLE bool WriteXMLStructureFile(SqlAdmin::ManagedDatabase *Database,
+    Q_INVOKABLE bool WriteXMLStructureFile(MGImport8::SQLDatabase *Database,
                                            const QString &FileName,
                                            const QStringList &DataTables = {});
 

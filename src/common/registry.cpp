@@ -1,6 +1,6 @@
 #include "common/registry.h"
 
-#include "common/commonfunctions.h"
+#include "common/texthelpers.h"
 
 #include <QDir>
 #include <QFile>

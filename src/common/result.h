@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <concepts>
 #include <utility>
 #include <variant>
 
@@ -13,15 +14,16 @@ struct Error
     QString message;
 };
 
-/// An expected failure as a value: either a `T` or the message that says what went wrong.
-template<typename T>
+/// An expected failure as a value: either a `T` or the `E` that says what went wrong. A layer
+/// whose failures carry more than a message (a number the messages choose by) names its own `E`.
+template<typename T, typename E = Error>
 class Result
 {
 public:
     Result(T value)
         : m_value(std::move(value))
     {}
-    Result(Error error)
+    Result(E error)
         : m_value(std::move(error))
     {}
 
@@ -30,10 +32,16 @@ public:
     const T &value() const { return std::get<T>(m_value); }
     T &value() { return std::get<T>(m_value); }
     T &&take() { return std::get<T>(std::move(m_value)); }
-    const QString &error() const { return std::get<Error>(m_value).message; }
+    const QString &error() const
+        requires std::same_as<E, Error>
+    {
+        return std::get<Error>(m_value).message;
+    }
+    /// The failure whole.
+    const E &failure() const { return std::get<E>(m_value); }
 
 private:
-    std::variant<T, Error> m_value;
+    std::variant<T, E> m_value;
 };
 
 } // namespace MGImport8

@@ -6,9 +6,12 @@
 
 #include <QString>
 
-namespace MGImport8::SqlAdmin {
-class ManagedDatabase;
-}
+namespace MGImport8 {
+class SQLDatabase;
+namespace SqlAdmin {
+using ManagedDatabase = MGImport8::SQLDatabase;
+} // namespace SqlAdmin
+} // namespace MGImport8
 
 namespace MGImport8::DbStructure {
 

@@ -1,6 +1,6 @@
 #include "dbstructure/structurefile.h"
 
-#include "common/xmlfunctions.h"
+#include "common/xmlnodes.h"
 
 #include <QFile>
 

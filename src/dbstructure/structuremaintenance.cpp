@@ -1,6 +1,6 @@
 #include "dbstructure/structuremaintenance.h"
 
-#include "common/commonfunctions.h"
+#include "common/texthelpers.h"
 
 #include <cmath>
 

@@ -4,7 +4,9 @@
 
 using namespace Qt::StringLiterals;
 
-namespace MGImport8::SqlAdmin {
+namespace MGImport8 {
+
+using namespace SqlAdmin;
 
 namespace {
 
@@ -15,14 +17,14 @@ QVariantList tableValues(const ObjectName &table)
 
 } // namespace
 
-ManagedDatabase::ManagedDatabase(ManagementServer &server, QString name)
+SQLDatabase::SQLDatabase(ManagementServer &server, QString name)
     : m_server(server)
     , m_name(std::move(name))
 {}
 
-ManagedDatabase::~ManagedDatabase() = default;
+SQLDatabase::~SQLDatabase() = default;
 
-Result<SqlSession *> ManagedDatabase::session()
+Result<SqlSession *> SQLDatabase::session()
 {
     if (!m_session) {
         Result<std::unique_ptr<SqlSession>> opened = m_server.factory()(m_server.kind(),
@@ -34,7 +36,7 @@ Result<SqlSession *> ManagedDatabase::session()
     return m_session.get();
 }
 
-Result<QList<ObjectName>> ManagedDatabase::tables()
+Result<QList<ObjectName>> SQLDatabase::tables()
 {
     Result<SqlSession *> open = session();
     if (!open)
@@ -48,7 +50,7 @@ Result<QList<ObjectName>> ManagedDatabase::tables()
     return tables;
 }
 
-Result<ObjectName> ManagedDatabase::findTable(const QString &name)
+Result<ObjectName> SQLDatabase::findTable(const QString &name)
 {
     Result<QList<ObjectName>> all = tables();
     if (!all)
@@ -72,7 +74,7 @@ Result<ObjectName> ManagedDatabase::findTable(const QString &name)
     return Error{u"Table '"_s + name + u"' does not exist in database '"_s + m_name + u"'."_s};
 }
 
-Result<QList<ColumnInfo>> ManagedDatabase::columns(const ObjectName &table)
+Result<QList<ColumnInfo>> SQLDatabase::columns(const ObjectName &table)
 {
     Result<SqlSession *> open = session();
     if (!open)
@@ -89,7 +91,7 @@ Result<QList<ColumnInfo>> ManagedDatabase::columns(const ObjectName &table)
     return columns;
 }
 
-Result<PrimaryKeyInfo> ManagedDatabase::primaryKey(const ObjectName &table)
+Result<PrimaryKeyInfo> SQLDatabase::primaryKey(const ObjectName &table)
 {
     Result<SqlSession *> open = session();
     if (!open)
@@ -107,7 +109,7 @@ Result<PrimaryKeyInfo> ManagedDatabase::primaryKey(const ObjectName &table)
     return key;
 }
 
-Result<QList<IndexInfo>> ManagedDatabase::indexes(const ObjectName &table)
+Result<QList<IndexInfo>> SQLDatabase::indexes(const ObjectName &table)
 {
     Result<SqlSession *> open = session();
     if (!open)
@@ -132,7 +134,7 @@ Result<QList<IndexInfo>> ManagedDatabase::indexes(const ObjectName &table)
     return indexes;
 }
 
-Result<QList<RoutineInfo>> ManagedDatabase::routines(bool views)
+Result<QList<RoutineInfo>> SQLDatabase::routines(bool views)
 {
     Result<SqlSession *> open = session();
     if (!open)
@@ -158,17 +160,17 @@ Result<QList<RoutineInfo>> ManagedDatabase::routines(bool views)
     return routines;
 }
 
-Result<QList<RoutineInfo>> ManagedDatabase::views()
+Result<QList<RoutineInfo>> SQLDatabase::views()
 {
     return routines(true);
 }
 
-Result<QList<RoutineInfo>> ManagedDatabase::functions()
+Result<QList<RoutineInfo>> SQLDatabase::functions()
 {
     return routines(false);
 }
 
-Result<QList<DatabaseUserInfo>> ManagedDatabase::users()
+Result<QList<DatabaseUserInfo>> SQLDatabase::users()
 {
     Result<SqlSession *> open = session();
     if (!open)
@@ -182,7 +184,7 @@ Result<QList<DatabaseUserInfo>> ManagedDatabase::users()
     return users;
 }
 
-Result<QList<RoleInfo>> ManagedDatabase::roles()
+Result<QList<RoleInfo>> SQLDatabase::roles()
 {
     Result<SqlSession *> open = session();
     if (!open)
@@ -201,22 +203,22 @@ Result<QList<RoleInfo>> ManagedDatabase::roles()
     return roles;
 }
 
-Result<bool> ManagedDatabase::dropUser(const QString &user)
+Result<bool> SQLDatabase::dropUser(const QString &user)
 {
     return executeImmediate(m_server.dialect().dropUserStatement(m_name, user));
 }
 
-Result<bool> ManagedDatabase::createUser(const QString &user, const QString &login)
+Result<bool> SQLDatabase::createUser(const QString &user, const QString &login)
 {
     return executeImmediate(m_server.dialect().createUserStatement(m_name, user, login));
 }
 
-Result<bool> ManagedDatabase::addRoleMember(const QString &role, const QString &member)
+Result<bool> SQLDatabase::addRoleMember(const QString &role, const QString &member)
 {
     return executeImmediate(m_server.dialect().addRoleMemberStatement(role, member));
 }
 
-Result<bool> ManagedDatabase::executeImmediate(const QString &batch)
+Result<bool> SQLDatabase::executeImmediate(const QString &batch)
 {
     Result<SqlSession *> open = session();
     if (!open)
@@ -224,7 +226,7 @@ Result<bool> ManagedDatabase::executeImmediate(const QString &batch)
     return open.value()->execute(batch);
 }
 
-Result<bool> ManagedDatabase::createRoutine(QChar kind, const ObjectName &object,
+Result<bool> SQLDatabase::createRoutine(QChar kind, const ObjectName &object,
                                             const QString &statement)
 {
     Result<SqlSession *> open = session();
@@ -255,4 +257,4 @@ Result<bool> ManagedDatabase::createRoutine(QChar kind, const ObjectName &object
     return db.commit();
 }
 
-} // namespace MGImport8::SqlAdmin
+} // namespace MGImport8

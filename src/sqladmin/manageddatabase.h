@@ -10,33 +10,35 @@
 
 #include <memory>
 
-namespace MGImport8::SqlAdmin {
+namespace MGImport8 {
 
+namespace SqlAdmin {
 class ManagementServer;
+} // namespace SqlAdmin
 
 /// One database of a connected server: its tables, their columns, keys and indexes, its views and
 /// functions, users and roles, and immediate execution of a batch. It opens its own connection to
 /// the database on first use and keeps it.
-class ManagedDatabase
+class SQLDatabase
 {
 public:
-    ManagedDatabase(ManagementServer &server, QString name);
-    ~ManagedDatabase();
+    SQLDatabase(SqlAdmin::ManagementServer &server, QString name);
+    ~SQLDatabase();
 
     QString name() const { return m_name; }
 
-    Result<QList<ObjectName>> tables();
+    Result<QList<SqlAdmin::ObjectName>> tables();
     /// The table a name means: "schema.table" when the schema exists with such a table, otherwise
     /// the table of that name (compared without regard to case, the default schema first).
-    Result<ObjectName> findTable(const QString &name);
-    Result<QList<ColumnInfo>> columns(const ObjectName &table);
+    Result<SqlAdmin::ObjectName> findTable(const QString &name);
+    Result<QList<SqlAdmin::ColumnInfo>> columns(const SqlAdmin::ObjectName &table);
     /// The table's primary key; a key without a name and without columns when it has none.
-    Result<PrimaryKeyInfo> primaryKey(const ObjectName &table);
-    Result<QList<IndexInfo>> indexes(const ObjectName &table);
-    Result<QList<RoutineInfo>> views();
-    Result<QList<RoutineInfo>> functions();
-    Result<QList<DatabaseUserInfo>> users();
-    Result<QList<RoleInfo>> roles();
+    Result<SqlAdmin::PrimaryKeyInfo> primaryKey(const SqlAdmin::ObjectName &table);
+    Result<QList<SqlAdmin::IndexInfo>> indexes(const SqlAdmin::ObjectName &table);
+    Result<QList<SqlAdmin::RoutineInfo>> views();
+    Result<QList<SqlAdmin::RoutineInfo>> functions();
+    Result<QList<SqlAdmin::DatabaseUserInfo>> users();
+    Result<QList<SqlAdmin::RoleInfo>> roles();
 
     /// Drops the database user of that name; creates one for a login (named as the login);
     /// makes a user (or login role) a member of a role.
@@ -48,17 +50,22 @@ public:
     Result<bool> executeImmediate(const QString &batch);
     /// Runs the CREATE statement of a view (`kind` 'V') or a function ('F') and records when it
     /// was created, in one transaction, where the server keeps no such date itself.
-    Result<bool> createRoutine(QChar kind, const ObjectName &object, const QString &statement);
+    Result<bool> createRoutine(QChar kind, const SqlAdmin::ObjectName &object, const QString &statement);
 
     /// The connection, opened on first use.
-    Result<SqlSession *> session();
+    Result<SqlAdmin::SqlSession *> session();
 
 private:
-    Result<QList<RoutineInfo>> routines(bool views);
+    Result<QList<SqlAdmin::RoutineInfo>> routines(bool views);
 
-    ManagementServer &m_server;
+    SqlAdmin::ManagementServer &m_server;
     QString m_name;
-    std::unique_ptr<SqlSession> m_session;
+    std::unique_ptr<SqlAdmin::SqlSession> m_session;
 };
 
-} // namespace MGImport8::SqlAdmin
+namespace SqlAdmin {
+/// The management layer's name for a database's object.
+using ManagedDatabase = MGImport8::SQLDatabase;
+} // namespace SqlAdmin
+
+} // namespace MGImport8

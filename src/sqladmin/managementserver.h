@@ -3,6 +3,7 @@
 #include "common/result.h"
 #include "sqladmin/catalogue.h"
 #include "sqladmin/dialect.h"
+#include "sqladmin/manageddatabase.h"
 #include "sqladmin/sqlsession.h"
 
 #include <QString>
@@ -12,8 +13,6 @@
 #include <memory>
 
 namespace MGImport8::SqlAdmin {
-
-class ManagedDatabase;
 
 /// The management connection to one server: logs in, answers what the server is and who the
 /// login is, lists databases and hands out their management objects. The statements come from

@@ -94,6 +94,11 @@ TableReader &WizardController::tableReader()
     return *m_servers;
 }
 
+SourceChoice WizardController::chosenSource() const
+{
+    return SourceChoice(*m_method);
+}
+
 void WizardController::notify()
 {
     m_view.stateChanged(m_state);

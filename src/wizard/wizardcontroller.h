@@ -71,7 +71,8 @@ public:
     // File panel (wizardfilepanel.cpp)
     /// The file dialog with the method's title and pattern; a chosen path goes into `Filename`.
     void selectFile();
-    /// The `Filename` text box changed.
+    /// The `Filename` text box changed. The chosen method's `Filename` takes the text only when
+    /// the file panel is left.
     void setFilename(const QString &filename);
 
     // Database panel (wizarddatabasepanel.cpp)
@@ -140,6 +141,8 @@ private:
     void enterOptionsPanel();
     void runImport();
     TableReader &tableReader();
+    /// What the readers take of the chosen method: the choices its panels' exits stored in it.
+    SourceChoice chosenSource() const;
 
     // File panel
     bool exitFilePanel();

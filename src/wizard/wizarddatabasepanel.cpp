@@ -16,9 +16,11 @@ bool WizardController::exitDatabasePanel()
     if (!m_method)
         return false;
     const std::optional<QString> connection
-        = m_servers->serverConnectionString(*m_method, serverLogin(), m_state.databaseName);
+        = m_servers->serverConnectionString(chosenSource(), serverLogin(), m_state.databaseName);
     if (!connection)
         return false;
+    // On the server path the method's `Filename` names the database, as hosts read it; the file
+    // panel's box keeps its own text.
     m_method->setConnectionString(*connection);
     m_method->setFilename(m_state.databaseName);
     // Without a server or a database there is nothing to connect to: saying so here beats the
@@ -85,7 +87,7 @@ void WizardController::openServerList()
     // The reader empties its list only once discovery has started; one that cannot start leaves
     // the list as it was and its status text showing.
     QStringList servers = m_state.servers;
-    const bool discovered = m_servers->discoverServers(*m_method, servers,
+    const bool discovered = m_servers->discoverServers(chosenSource(), servers,
                                                        [this, &servers](const QString &text) {
                                                            m_state.servers = servers;
                                                            setStatusMessage(text);
@@ -106,7 +108,7 @@ void WizardController::openDatabaseList()
     setStatusMessage(u"Discovering Databases on "_s % login.serverName % u" ..."_s);
     QStringList databases;
     QString error;
-    const bool listed = m_servers->listDatabases(*m_method, login, databases, error);
+    const bool listed = m_servers->listDatabases(chosenSource(), login, databases, error);
     setStatusMessage({});
     if (!listed) {
         QString text = u"Cannot list databases on SQL Server on "_s % login.serverName;

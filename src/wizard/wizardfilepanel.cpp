@@ -67,8 +67,6 @@ void WizardController::selectFile()
 void WizardController::setFilename(const QString &filename)
 {
     m_state.filename = filename;
-    if (m_method)
-        m_method->setFilename(filename);
     notify();
 }
 

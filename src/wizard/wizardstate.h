@@ -75,6 +75,8 @@ struct WizardState
     QString importTypeDescription;
 
     /// File panel: the captions `SelectFileTitle`, `SelectFileDescription`, the text box `Filename`.
+    /// The boxes of every panel hold the user's edits; a panel's exit stores its choices in the
+    /// chosen method once, and the readers take them from there.
     QString selectFileTitle;
     QString selectFileDescription;
     QString filename;

@@ -1,6 +1,6 @@
 #include "wizard/wizardcontroller.h"
 
-#include "common/commonfunctions.h"
+#include "common/texthelpers.h"
 #include "wizard/sources/workbooksourcereader.h"
 
 #include <MGImport8/importtype.h>
@@ -25,7 +25,7 @@ bool WizardController::readDatabaseSource()
         return false;
     if (!*tablePanel) {
         m_grid.clear();
-        return tableReader().readTable(*m_method, m_method->Table(), m_grid);
+        return tableReader().readTable(chosenSource(), m_method->Table(), m_grid);
     }
     return listDatabaseTables();
 }
@@ -35,7 +35,7 @@ bool WizardController::readDatabaseSource()
 bool WizardController::listDatabaseTables()
 {
     QStringList tables;
-    if (!tableReader().listTables(*m_method, tables))
+    if (!tableReader().listTables(chosenSource(), tables))
         return false;
     m_state.databaseTables = tables;
     m_state.databaseTable.clear();
@@ -75,7 +75,7 @@ void WizardController::selectTable(const QString &table)
     if (m_method) {
         m_method->setTable(table);
         m_grid.clear();
-        tableReader().readTable(*m_method, table, m_grid);
+        tableReader().readTable(chosenSource(), table, m_grid);
     }
     notify();
 }
@@ -85,7 +85,7 @@ void WizardController::selectWorksheet(int index)
     m_state.currentWorksheet = index;
     if (m_method) {
         m_grid.clear();
-        m_worksheets->loadWorksheet(*m_method, index, m_grid);
+        m_worksheets->loadWorksheet(chosenSource(), index, m_grid);
     }
     notify();
 }

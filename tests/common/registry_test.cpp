@@ -8,7 +8,7 @@
 //   encoding, and a file that is not a registry file is never overwritten.
 #include "common/registry.h"
 
-#include "common/commonfunctions.h"
+#include "common/texthelpers.h"
 
 #include "testsupport.h"
 

@@ -9,8 +9,8 @@
 //   timeout through both Qt drivers.
 #include <MGImport8/sqladmin.h>
 
-#include "common/commonfunctions.h"
 #include "common/connectionstring.h"
+#include "common/specialfolders.h"
 #include "sqladmin/admin/sqladmin_p.h"
 #include "sqladmin/connectiontranslator.h"
 #include "sqladmin/qtsession.h"

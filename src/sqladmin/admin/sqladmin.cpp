@@ -371,7 +371,7 @@ void SQLAdmin::setServerType(const QString &ServerType)
                                                                                  : SqlServerType;
 }
 
-SqlAdmin::ManagedDatabase *SQLAdmin::GetDatabase(const QString &Name)
+SQLDatabase *SQLAdmin::GetDatabase(const QString &Name)
 {
     if (!d->server) {
         d->lastError = u"Not connected to a server."_s;

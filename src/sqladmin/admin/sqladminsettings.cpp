@@ -1,6 +1,6 @@
 #include "sqladmin/admin/sqladmin_p.h"
 
-#include "common/xmlfunctions.h"
+#include "common/xmlnodes.h"
 
 #include <pugixml.hpp>
 

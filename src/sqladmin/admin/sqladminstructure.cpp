@@ -111,7 +111,7 @@ QString createFailure(const QString &description, SqlAdmin::ServerKind kind)
 
 } // namespace
 
-bool SQLAdmin::UpdateDatabaseStructure(SqlAdmin::ManagedDatabase *Database,
+bool SQLAdmin::UpdateDatabaseStructure(SQLDatabase *Database,
                                        const QString &StructureFile)
 {
     AdminReporter reporter(*this, *d);
@@ -132,7 +132,7 @@ void SQLAdmin::setStructureDryRun(bool DryRun)
     d->structureDryRun = DryRun;
 }
 
-bool SQLAdmin::WriteXMLStructureFile(SqlAdmin::ManagedDatabase *Database, const QString &FileName,
+bool SQLAdmin::WriteXMLStructureFile(SQLDatabase *Database, const QString &FileName,
                                      const QStringList &DataTables)
 {
     if (!Database) {

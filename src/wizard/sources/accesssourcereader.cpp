@@ -1,6 +1,6 @@
 #include "wizard/sources/accesssourcereader.h"
 
-#include "common/commonfunctions.h"
+#include "common/texthelpers.h"
 #include "common/connectionstring.h"
 #include "sqladmin/nameguard.h"
 #include "wizard/access/accessdatabase.h"

@@ -1,7 +1,7 @@
 #include "wizard/sources/serversourcereader.h"
 
-#include "common/commonfunctions.h"
 #include "common/connectionstring.h"
+#include "common/texthelpers.h"
 #include "methods/sourcekind.h"
 #include "sqladmin/connectiontranslator.h"
 #include "sqladmin/discovery/serverchoice.h"

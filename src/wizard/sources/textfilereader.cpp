@@ -1,6 +1,6 @@
 #include "wizard/sources/textfilereader.h"
 
-#include "common/commonfunctions.h"
+#include "common/texthelpers.h"
 #include "wizard/importgrid.h"
 #include "wizard/sources/textsource.h"
 #include "wizard/wizardview.h"

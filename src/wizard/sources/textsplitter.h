@@ -45,6 +45,7 @@ public:
 
 private:
     enum class Scan { Done, CarriageReturnInLine, TooManyFields };
+    class RowRecorder;
     class Pass;
     qsizetype matchDelimiter(const char *at, const char *end) const;
 

@@ -1,6 +1,6 @@
 #include "wizard/sources/workbooksourcereader.h"
 
-#include "common/commonfunctions.h"
+#include "common/texthelpers.h"
 #include "wizard/importgrid.h"
 #include "wizard/wizardview.h"
 #include "wizard/workbook/sheetcells.h"

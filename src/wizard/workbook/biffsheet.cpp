@@ -71,7 +71,7 @@ std::optional<BiffError> BiffWorkbook::readSheet(int position, BiffCellSink &sin
     PendingText pending;
     int depth = 1;
     std::size_t at = record.next;
-    while (depth > 0) {
+    while (depth > 0 && !sink.stopped()) {
         const std::size_t here = at;
         if (std::optional<BiffError> error = nextRecord(at, record))
             return error;

@@ -68,6 +68,14 @@ public:
     virtual void merge(std::uint32_t firstRow, std::uint32_t lastRow, std::uint32_t firstColumn,
                        std::uint32_t lastColumn)
         = 0;
+    /// True once the sink has refused a cell; the sheet's reading stops there.
+    bool stopped() const { return m_stopped; }
+
+protected:
+    void stop() { m_stopped = true; }
+
+private:
+    bool m_stopped = false;
 };
 
 /// A binary Excel workbook of any generation: BIFF8 (Excel 97-2003) and BIFF5 (Excel 5/95) in a

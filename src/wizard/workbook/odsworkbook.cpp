@@ -2,7 +2,6 @@
 
 #include "wizard/workbook/cellvalues.h"
 #include "wizard/workbook/sheetcells.h"
-#include "wizard/workbook/workbookerror.h"
 #include "wizard/workbook/xmlitemstream.h"
 
 #include <charconv>
@@ -93,21 +92,25 @@ public:
         : m_cells(cells)
     {}
 
-    void walk(const pugi::xml_node &parent, int depth)
+    WorkbookStatus walk(const pugi::xml_node &parent, int depth)
     {
         for (pugi::xml_node child : parent.children()) {
             const std::string_view name = localName(child.name());
+            WorkbookStatus walked = true;
             if (name == "table-row")
-                row(child);
+                walked = row(child);
             else if ((name == "table-row-group" || name == "table-header-rows"
                       || name == "table-rows")
                      && depth < MaxGroupDepth)
-                walk(child, depth + 1);
+                walked = walk(child, depth + 1);
+            if (!walked)
+                return walked;
         }
+        return true;
     }
 
 private:
-    void row(const pugi::xml_node &node)
+    WorkbookStatus row(const pugi::xml_node &node)
     {
         const std::uint64_t repeat = repeatCount(node, "number-rows-repeated");
         std::uint64_t column = 0;
@@ -118,30 +121,40 @@ private:
             const std::uint64_t columns = repeatCount(cell, "number-columns-repeated");
             if (name == "table-cell") {
                 const std::string text = cellText(cell);
-                if (!text.empty())
-                    place(m_row, column, repeat, columns, text);
+                if (!text.empty()) {
+                    if (const WorkbookStatus placed = place(m_row, column, repeat, columns, text);
+                        !placed)
+                        return placed;
+                }
             }
             column += columns;
         }
         m_row += repeat;
+        return true;
     }
 
     // A value repeated over rows and columns becomes that many cells, within the grid's limit.
-    void place(std::uint64_t row, std::uint64_t column, std::uint64_t rows, std::uint64_t columns,
-               const std::string &text)
+    WorkbookStatus place(std::uint64_t row, std::uint64_t column, std::uint64_t rows,
+                         std::uint64_t columns, const std::string &text)
     {
         if (rows * columns > SheetLimits::MaxGridCells - m_cells.cellCount())
-            failWorkbook(WorkbookErrorNumber::GridTooLarge,
-                         u"The worksheet's used area holds more than %1 cells, more than can be "
-                         "imported"_s.arg(SheetLimits::MaxGridCells));
+            return WorkbookError{WorkbookErrorNumber::GridTooLarge,
+                                 u"The worksheet's used area holds more than %1 cells, more than "
+                                 "can be imported"_s.arg(SheetLimits::MaxGridCells)};
         if (row + rows - 1 > SheetLimits::MaxRow || column + columns - 1 > SheetLimits::MaxColumn)
-            failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                         u"A cell lies outside the sheet (row %1, column %2)"_s.arg(row + rows)
-                             .arg(column + columns));
+            return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                                 u"A cell lies outside the sheet (row %1, column %2)"_s
+                                     .arg(row + rows)
+                                     .arg(column + columns)};
         for (std::uint64_t r = row; r < row + rows; ++r) {
-            for (std::uint64_t c = column; c < column + columns; ++c)
-                m_cells.add(std::uint32_t(r), std::uint32_t(c), text);
+            for (std::uint64_t c = column; c < column + columns; ++c) {
+                if (const WorkbookStatus added = m_cells.add(std::uint32_t(r), std::uint32_t(c),
+                                                             text);
+                    !added)
+                    return added;
+            }
         }
+        return true;
     }
 
     SheetCells &m_cells;
@@ -152,24 +165,34 @@ private:
 
 OdsWorkbook::OdsWorkbook(ZipContainer zip)
     : m_zip(std::move(zip))
+{}
+
+WorkbookStatus OdsWorkbook::load()
 {
     if (const std::optional<std::string> manifest = m_zip.find(ManifestPart)) {
-        if (m_zip.read(*manifest).find("encryption-data") != std::string::npos)
-            failWorkbook(WorkbookErrorNumber::ReaderMissing,
-                         u"The workbook is encrypted; it cannot be read without its password"_s);
+        const WorkbookResult<std::string> text = m_zip.read(*manifest);
+        if (!text)
+            return text.failure();
+        if (text.value().find("encryption-data") != std::string::npos)
+            return WorkbookError{WorkbookErrorNumber::ReaderMissing,
+                                 u"The workbook is encrypted; it cannot be read without its "
+                                 "password"_s};
     }
     const std::optional<std::string> stored = m_zip.find(ContentPart);
     if (!stored)
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                     u"The spreadsheet's content part is missing"_s);
-    m_content = m_zip.read(*stored);
+        return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                             u"The spreadsheet's content part is missing"_s};
+    WorkbookResult<std::string> content = m_zip.read(*stored);
+    if (!content)
+        return content.failure();
+    m_content = content.take();
     const pugi::xml_parse_result result
         = m_document.load_buffer_inplace(m_content.data(), m_content.size(),
                                          pugi::parse_default | pugi::parse_ws_pcdata_single);
     if (!result)
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                     u"The part content.xml is not valid XML: "_s
-                         % QString::fromStdString(describeParseFailure(result)));
+        return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                             u"The part content.xml is not valid XML: "_s
+                                 % QString::fromStdString(describeParseFailure(result))};
     pugi::xml_node spreadsheet;
     for (pugi::xml_node body : m_document.document_element().children()) {
         if (localName(body.name()) != "body")
@@ -180,26 +203,32 @@ OdsWorkbook::OdsWorkbook(ZipContainer zip)
         }
     }
     if (!spreadsheet)
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat, u"The document holds no spreadsheet"_s);
+        return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                             u"The document holds no spreadsheet"_s};
     for (pugi::xml_node table : spreadsheet.children()) {
         if (localName(table.name()) == "table")
             m_tables.push_back(table);
     }
+    return true;
 }
 
-bool OdsWorkbook::recognise(ZipContainer &zip)
+WorkbookResult<bool> OdsWorkbook::recognise(ZipContainer &zip)
 {
     if (const std::optional<std::string> mimetype = zip.find(MimetypePart)) {
-        const std::string type = zip.read(*mimetype);
-        return type.starts_with(SpreadsheetMimetype);
+        const WorkbookResult<std::string> type = zip.read(*mimetype);
+        if (!type)
+            return type.failure();
+        return type.value().starts_with(SpreadsheetMimetype);
     }
     return zip.find(ContentPart).has_value() && !zip.find("xl/workbook.xml");
 }
 
-std::shared_ptr<const TextTable> OdsWorkbook::readSheet(int position)
+WorkbookResult<std::shared_ptr<const TextTable>> OdsWorkbook::readSheet(int position)
 {
     SheetCells cells;
-    TableWalker(cells).walk(m_tables.at(size_t(position)), 0);
+    if (const WorkbookStatus walked = TableWalker(cells).walk(m_tables.at(size_t(position)), 0);
+        !walked)
+        return walked.failure();
     return cells.finish();
 }
 

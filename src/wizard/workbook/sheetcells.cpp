@@ -1,7 +1,5 @@
 #include "wizard/workbook/sheetcells.h"
 
-#include "wizard/workbook/workbookerror.h"
-
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -18,19 +16,19 @@ QString tooLargeArea()
 
 } // namespace
 
-void SheetCells::add(std::uint32_t row, std::uint32_t column, std::string_view text)
+WorkbookStatus SheetCells::add(std::uint32_t row, std::uint32_t column, std::string_view text)
 {
     if (text.empty())
-        return;
+        return true;
     if (row > SheetLimits::MaxRow || column > SheetLimits::MaxColumn)
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                     u"A cell lies outside the sheet (row %1, column %2)"_s.arg(row + 1).arg(column
-                                                                                             + 1));
+        return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                             u"A cell lies outside the sheet (row %1, column %2)"_s.arg(row + 1).arg(
+                                 column + 1)};
     if (m_text.size() + text.size() > SheetLimits::MaxTextBytes)
-        failWorkbook(WorkbookErrorNumber::GridTooLarge,
-                     u"The worksheet holds more text than can be imported"_s);
+        return WorkbookError{WorkbookErrorNumber::GridTooLarge,
+                             u"The worksheet holds more text than can be imported"_s};
     if (m_cells.size() >= SheetLimits::MaxGridCells)
-        failWorkbook(WorkbookErrorNumber::GridTooLarge, tooLargeArea());
+        return WorkbookError{WorkbookErrorNumber::GridTooLarge, tooLargeArea()};
     if (!m_cells.empty()) {
         const Cell &last = m_cells.back();
         if (row < last.row || (row == last.row && column <= last.column))
@@ -38,6 +36,7 @@ void SheetCells::add(std::uint32_t row, std::uint32_t column, std::string_view t
     }
     m_cells.push_back({row, column, std::uint32_t(m_text.size()), std::uint32_t(text.size())});
     m_text.append(text);
+    return true;
 }
 
 void SheetCells::addMerge(const SheetRange &range)
@@ -69,7 +68,7 @@ void SheetCells::sortCells()
 
 // Every cell of a merged area but its top-left one loses its text. Work is bounded: the cells
 // visited are those in the area's rows, found by binary search.
-void SheetCells::blankMerges()
+WorkbookStatus SheetCells::blankMerges()
 {
     std::uint64_t work = 0;
     auto before = [](const Cell &cell, std::pair<std::uint32_t, std::uint32_t> at) {
@@ -80,8 +79,8 @@ void SheetCells::blankMerges()
                                    std::pair{merge.firstRow, merge.firstColumn}, before);
         while (it != m_cells.end() && it->row <= merge.lastRow) {
             if (++work > SheetLimits::MaxMergeWork)
-                failWorkbook(WorkbookErrorNumber::GridTooLarge,
-                             u"The worksheet has more merged cells than can be imported"_s);
+                return WorkbookError{WorkbookErrorNumber::GridTooLarge,
+                                     u"The worksheet has more merged cells than can be imported"_s};
             if (it->column > merge.lastColumn) {
                 // Skip to the merge's first column in the next row.
                 it = std::lower_bound(it, m_cells.end(), std::pair{it->row + 1, merge.firstColumn},
@@ -94,12 +93,14 @@ void SheetCells::blankMerges()
             ++it;
         }
     }
+    return true;
 }
 
-std::shared_ptr<const TextTable> SheetCells::finish()
+WorkbookResult<std::shared_ptr<const TextTable>> SheetCells::finish()
 {
     sortCells();
-    blankMerges();
+    if (const WorkbookStatus blanked = blankMerges(); !blanked)
+        return blanked.failure();
     std::erase_if(m_cells, [](const Cell &cell) { return cell.length == 0; });
 
     TextTable::Builder builder;
@@ -119,7 +120,7 @@ std::shared_ptr<const TextTable> SheetCells::finish()
             gridCells += m_cells[i].column - firstColumn + 1;
     }
     if (gridCells > SheetLimits::MaxGridCells)
-        failWorkbook(WorkbookErrorNumber::GridTooLarge, tooLargeArea());
+        return WorkbookError{WorkbookErrorNumber::GridTooLarge, tooLargeArea()};
 
     std::uint32_t row = firstRow;
     std::uint32_t column = firstColumn;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "wizard/table/texttable.h"
+#include "wizard/workbook/workbookerror.h"
 
 #include <cstdint>
 #include <memory>
@@ -35,17 +36,17 @@ struct SheetRange
 /// Collects a sheet's cells wherever they lie, then gives the used area (the smallest rectangle
 /// holding every non-empty cell) as a table: its top-left cell becomes row 0, column 0; empty rows
 /// and columns inside it stay; merged areas keep only their top-left cell. Positions beyond the
-/// sheet limits and text past the limits fail the load (WorkbookFailure).
+/// sheet limits and text past the limits fail the load.
 class SheetCells
 {
 public:
     /// Adds the text of the cell at (row, column); empty text adds nothing. A later cell at the
     /// same position replaces an earlier one.
-    void add(std::uint32_t row, std::uint32_t column, std::string_view text);
+    WorkbookStatus add(std::uint32_t row, std::uint32_t column, std::string_view text);
     void addMerge(const SheetRange &range);
     std::size_t cellCount() const { return m_cells.size(); }
     /// The used area as text cells; the collector is left empty.
-    std::shared_ptr<const TextTable> finish();
+    WorkbookResult<std::shared_ptr<const TextTable>> finish();
 
 private:
     struct Cell
@@ -56,7 +57,7 @@ private:
         std::uint32_t length;
     };
     void sortCells();
-    void blankMerges();
+    WorkbookStatus blankMerges();
 
     std::vector<Cell> m_cells;
     std::string m_text;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QString>
+#include "common/result.h"
 
-#include <stdexcept>
+#include <QString>
 
 namespace MGImport8 {
 
@@ -29,20 +29,10 @@ struct WorkbookError
     QString description;
 };
 
-/// Thrown inside the format readers and caught at their entry; never crosses the reader's API.
-class WorkbookFailure : public std::runtime_error
-{
-public:
-    WorkbookFailure(int number, const QString &description)
-        : std::runtime_error("workbook")
-        , error{number, description}
-    {}
-    WorkbookError error;
-};
-
-[[noreturn]] inline void failWorkbook(int number, const QString &description)
-{
-    throw WorkbookFailure(number, description);
-}
+/// A workbook step's outcome: its value, or the error that ends the load.
+template<typename T>
+using WorkbookResult = Result<T, WorkbookError>;
+/// A workbook step without a value of its own: true, or the error that ends the load.
+using WorkbookStatus = WorkbookResult<bool>;
 
 } // namespace MGImport8

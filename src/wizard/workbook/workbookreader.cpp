@@ -25,11 +25,13 @@ namespace {
 
 constexpr qsizetype SignatureBytes = 8;
 
+// The file opened for reading, or the reason it could not be.
 class Descriptor
 {
 public:
-    explicit Descriptor(int fd)
-        : m_fd(fd)
+    explicit Descriptor(const QByteArray &name)
+        : m_fd(::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY))
+        , m_error(m_fd < 0 ? errno : 0)
     {}
     ~Descriptor()
     {
@@ -39,9 +41,11 @@ public:
     Descriptor(const Descriptor &) = delete;
     Descriptor &operator=(const Descriptor &) = delete;
     int fd() const { return m_fd; }
+    int error() const { return m_error; }
 
 private:
     int m_fd;
+    int m_error;
 };
 
 QString systemText(int error)
@@ -65,20 +69,30 @@ bool lockedByOther(int fd)
     return false;
 }
 
+using SheetResult = WorkbookResult<std::shared_ptr<const TextTable>>;
+
 template<typename Workbook>
-SheetLoad readPosition(Workbook &workbook, int position)
+SheetResult readPosition(Workbook &workbook, int position)
 {
+    if (const WorkbookStatus loaded = workbook.load(); !loaded)
+        return loaded.failure();
     if (position < 0 || position >= workbook.sheetCount())
-        failWorkbook(WorkbookErrorNumber::SubscriptOutOfRange,
-                     u"The workbook has %1 sheet(s); there is no sheet %2"_s
-                         .arg(workbook.sheetCount())
-                         .arg(qint64(position) + 1));
-    return {workbook.readSheet(position), std::nullopt};
+        return WorkbookError{WorkbookErrorNumber::SubscriptOutOfRange,
+                             u"The workbook has %1 sheet(s); there is no sheet %2"_s
+                                 .arg(workbook.sheetCount())
+                                 .arg(qint64(position) + 1)};
+    return workbook.readSheet(position);
 }
 
-SheetLoad readZip(ZipContainer zip, int position)
+SheetResult readZip(WorkbookResult<ZipContainer> opened, int position)
 {
-    if (OdsWorkbook::recognise(zip)) {
+    if (!opened)
+        return opened.failure();
+    ZipContainer &zip = opened.value();
+    const WorkbookResult<bool> ods = OdsWorkbook::recognise(zip);
+    if (!ods)
+        return ods.failure();
+    if (ods.value()) {
         OdsWorkbook workbook(std::move(zip));
         return readPosition(workbook, position);
     }
@@ -86,67 +100,78 @@ SheetLoad readZip(ZipContainer zip, int position)
         XlsxWorkbook workbook(std::move(zip));
         return readPosition(workbook, position);
     }
-    failWorkbook(WorkbookErrorNumber::ReaderMissing,
-                 u"The zip file holds no workbook that a reader here knows"_s);
+    return WorkbookError{WorkbookErrorNumber::ReaderMissing,
+                         u"The zip file holds no workbook that a reader here knows"_s};
 }
 
+// Errors come back as values; only a failed allocation arrives as an exception.
 template<typename Load>
 SheetLoad guarded(Load load)
 {
     try {
-        return load();
-    } catch (const WorkbookFailure &failure) {
-        return {nullptr, failure.error};
+        SheetResult read = load();
+        if (!read)
+            return {nullptr, read.failure()};
+        return {read.take(), std::nullopt};
     } catch (const std::bad_alloc &) {
         return {nullptr, WorkbookError{WorkbookErrorNumber::OutOfMemory,
                                        u"Not enough memory to read the workbook"_s}};
     }
 }
 
-SheetLoad loadFile(const QString &path, int position)
+WorkbookError systemFailure(int error)
 {
-    const QByteArray name = QFile::encodeName(path);
+    return {error == EACCES ? WorkbookErrorNumber::PermissionDenied : WorkbookErrorNumber::DeviceIo,
+            systemText(error)};
+}
+
+// The file as it lies: there, and a regular file (a pipe would hang the opening).
+WorkbookStatus checkRegularFile(const QByteArray &name)
+{
     struct stat info = {};
     if (::stat(name.constData(), &info) != 0) {
         const int error = errno;
         if (error == ENOENT || error == ENOTDIR)
-            failWorkbook(WorkbookErrorNumber::ReaderMissing, systemText(error));
-        failWorkbook(error == EACCES ? WorkbookErrorNumber::PermissionDenied
-                                     : WorkbookErrorNumber::DeviceIo,
-                     systemText(error));
+            return WorkbookError{WorkbookErrorNumber::ReaderMissing, systemText(error)};
+        return systemFailure(error);
     }
     if (!S_ISREG(info.st_mode))
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                     S_ISDIR(info.st_mode) ? systemText(EISDIR) : u"Not a regular file"_s);
-    Descriptor file(::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-    if (file.fd() < 0) {
-        const int error = errno;
-        failWorkbook(error == EACCES ? WorkbookErrorNumber::PermissionDenied
-                                     : WorkbookErrorNumber::DeviceIo,
-                     systemText(error));
-    }
+        return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                             S_ISDIR(info.st_mode) ? systemText(EISDIR) : u"Not a regular file"_s};
+    return true;
+}
+
+SheetResult loadFile(const QString &path, int position)
+{
+    const QByteArray name = QFile::encodeName(path);
+    if (const WorkbookStatus regular = checkRegularFile(name); !regular)
+        return regular.failure();
+    const Descriptor file(name);
+    if (file.fd() < 0)
+        return systemFailure(file.error());
     if (workbookInUse(path) || lockedByOther(file.fd()))
-        failWorkbook(WorkbookErrorNumber::FileInUse, u"The file is locked by another program"_s);
+        return WorkbookError{WorkbookErrorNumber::FileInUse,
+                             u"The file is locked by another program"_s};
 
     char head[SignatureBytes] = {};
     const ssize_t got = ::read(file.fd(), head, sizeof head);
     if (got < 0)
-        failWorkbook(WorkbookErrorNumber::DeviceIo, systemText(errno));
+        return WorkbookError{WorkbookErrorNumber::DeviceIo, systemText(errno)};
     switch (sniffWorkbookFormat(QByteArrayView(head, got))) {
     case WorkbookFormat::Zip:
         return readZip(ZipContainer::openFile(path), position);
     case WorkbookFormat::Ole2:
     case WorkbookFormat::OldBiff:
         if (position < 0)
-            failWorkbook(WorkbookErrorNumber::SubscriptOutOfRange,
-                         u"There is no sheet %1"_s.arg(qint64(position) + 1));
-        return {XlsWorkbook::readSheet(path, position), std::nullopt};
+            return WorkbookError{WorkbookErrorNumber::SubscriptOutOfRange,
+                                 u"There is no sheet %1"_s.arg(qint64(position) + 1)};
+        return XlsWorkbook::readSheet(path, position);
     case WorkbookFormat::Unknown:
         break;
     }
-    failWorkbook(WorkbookErrorNumber::ReaderMissing,
-                 u"The file is not a workbook in a form a reader here knows (.xlsx, .xlsm, .ods, "
-                 ".xls)"_s);
+    return WorkbookError{WorkbookErrorNumber::ReaderMissing,
+                         u"The file is not a workbook in a form a reader here knows (.xlsx, "
+                         ".xlsm, .ods, .xls)"_s};
 }
 
 } // namespace
@@ -180,11 +205,11 @@ SheetLoad loadWorkbookSheet(const QString &path, int position)
 
 SheetLoad loadZipWorkbookSheet(QByteArray bytes, int position)
 {
-    return guarded([&] {
+    return guarded([&]() -> SheetResult {
         if (sniffWorkbookFormat(
                 QByteArrayView(bytes).first(std::min<qsizetype>(bytes.size(), SignatureBytes)))
             != WorkbookFormat::Zip)
-            failWorkbook(WorkbookErrorNumber::ReaderMissing, u"Not a zip container"_s);
+            return WorkbookError{WorkbookErrorNumber::ReaderMissing, u"Not a zip container"_s};
         return readZip(ZipContainer::openBytes(std::move(bytes)), position);
     });
 }

@@ -3,7 +3,6 @@
 #include "wizard/workbook/biffworkbook.h"
 #include "wizard/workbook/cellvalues.h"
 #include "wizard/workbook/sheetcells.h"
-#include "wizard/workbook/workbookerror.h"
 
 #include <QFile>
 
@@ -43,18 +42,18 @@ public:
             char digits[24];
             const auto end
                 = std::to_chars(digits, digits + sizeof digits, static_cast<long long>(value)).ptr;
-            m_cells.add(row, column, std::string_view(digits, std::size_t(end - digits)));
+            add(row, column, std::string_view(digits, std::size_t(end - digits)));
             return;
         }
-        m_cells.add(row, column, CellValues::serialDateText(value, kind, m_system));
+        add(row, column, CellValues::serialDateText(value, kind, m_system));
     }
     void text(std::uint32_t row, std::uint32_t column, std::string_view utf8) override
     {
-        m_cells.add(row, column, utf8);
+        add(row, column, utf8);
     }
     void boolean(std::uint32_t row, std::uint32_t column, bool value) override
     {
-        m_cells.add(row, column, value ? "TRUE" : "FALSE");
+        add(row, column, value ? "TRUE" : "FALSE");
     }
     void merge(std::uint32_t firstRow, std::uint32_t lastRow, std::uint32_t firstColumn,
                std::uint32_t lastColumn) override
@@ -62,7 +61,20 @@ public:
         m_cells.addMerge(SheetRange{firstRow, firstColumn, lastRow, lastColumn});
     }
 
+    /// Why a cell was refused, once one was.
+    const std::optional<WorkbookError> &failure() const { return m_failure; }
+
 private:
+    void add(std::uint32_t row, std::uint32_t column, std::string_view text)
+    {
+        if (stopped())
+            return;
+        if (const WorkbookStatus added = m_cells.add(row, column, text); !added) {
+            m_failure = added.failure();
+            stop();
+        }
+    }
+
     // Once per sheet: its formats are known by the time its first number comes.
     void learnKinds()
     {
@@ -77,32 +89,36 @@ private:
     CellValues::DateSystem m_system;
     std::vector<CellValues::NumberKind> m_kinds;
     bool m_kindsKnown = false;
+    std::optional<WorkbookError> m_failure;
 };
 
-[[noreturn]] void fail(const BiffError &error)
+WorkbookError failure(const BiffError &error)
 {
     switch (error.problem) {
     case BiffProblem::Encrypted:
     case BiffProblem::NotWorkbook:
-        failWorkbook(WorkbookErrorNumber::ReaderMissing, error.description);
+        return {WorkbookErrorNumber::ReaderMissing, error.description};
     case BiffProblem::NoSuchSheet:
-        failWorkbook(WorkbookErrorNumber::SubscriptOutOfRange, error.description);
+        return {WorkbookErrorNumber::SubscriptOutOfRange, error.description};
     case BiffProblem::Damaged:
         break;
     }
-    failWorkbook(WorkbookErrorNumber::InvalidFileFormat, error.description);
+    return {WorkbookErrorNumber::InvalidFileFormat, error.description};
 }
 
 } // namespace
 
-std::shared_ptr<const TextTable> XlsWorkbook::readSheet(const QString &path, int position)
+WorkbookResult<std::shared_ptr<const TextTable>> XlsWorkbook::readSheet(const QString &path,
+                                                                        int position)
 {
+    const WorkbookError tooLarge{WorkbookErrorNumber::TooLarge,
+                                 u"The workbook is larger than %1 bytes"_s.arg(
+                                     XlsLimits::MaxFileBytes)};
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        failWorkbook(WorkbookErrorNumber::DeviceIo, file.errorString());
+        return WorkbookError{WorkbookErrorNumber::DeviceIo, file.errorString()};
     if (file.size() > XlsLimits::MaxFileBytes)
-        failWorkbook(WorkbookErrorNumber::TooLarge,
-                     u"The workbook is larger than %1 bytes"_s.arg(XlsLimits::MaxFileBytes));
+        return tooLarge;
     // Mapped where the file system allows it, read whole where not (pipes, some /proc files).
     QByteArray copy;
     std::string_view bytes;
@@ -114,23 +130,26 @@ std::shared_ptr<const TextTable> XlsWorkbook::readSheet(const QString &path, int
     if (bytes.empty()) {
         copy = file.read(XlsLimits::MaxFileBytes + 1);
         if (copy.size() > XlsLimits::MaxFileBytes)
-            failWorkbook(WorkbookErrorNumber::TooLarge,
-                         u"The workbook is larger than %1 bytes"_s.arg(XlsLimits::MaxFileBytes));
+            return tooLarge;
         bytes = std::string_view(copy.constData(), std::size_t(copy.size()));
     }
 
     return readSheet(bytes, position);
 }
 
-std::shared_ptr<const TextTable> XlsWorkbook::readSheet(std::string_view bytes, int position)
+WorkbookResult<std::shared_ptr<const TextTable>> XlsWorkbook::readSheet(std::string_view bytes,
+                                                                        int position)
 {
     BiffWorkbook book;
     if (const std::optional<BiffError> error = book.open(bytes))
-        fail(*error);
+        return failure(*error);
     SheetCells cells;
     CellTexts texts(cells, book);
-    if (const std::optional<BiffError> error = book.readSheet(position, texts))
-        fail(*error);
+    const std::optional<BiffError> error = book.readSheet(position, texts);
+    if (texts.failure())
+        return *texts.failure();
+    if (error)
+        return failure(*error);
     return cells.finish();
 }
 

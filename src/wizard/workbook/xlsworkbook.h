@@ -1,6 +1,7 @@
 #pragma once
 
 #include "wizard/table/texttable.h"
+#include "wizard/workbook/workbookerror.h"
 
 #include <QString>
 
@@ -20,15 +21,17 @@ constexpr std::int64_t MaxFileBytes = 1LL << 30;
 /// bare worksheet files of Excel 2, 3 and 4) read by `BiffWorkbook`, with its cells shown as the
 /// other formats show them: numbers in the General format, dates and times by their number
 /// format in the workbook's date system, TRUE/FALSE, error values as their texts, formulas as
-/// their cached results and merged areas as their top-left cell. Failures throw WorkbookFailure.
+/// their cached results and merged areas as their top-left cell.
 class XlsWorkbook
 {
 public:
     /// Reads the sheet at `position`; `position` past the last sheet fails with
     /// SubscriptOutOfRange.
-    static std::shared_ptr<const TextTable> readSheet(const QString &path, int position);
+    static WorkbookResult<std::shared_ptr<const TextTable>> readSheet(const QString &path,
+                                                                      int position);
     /// The same for a workbook's bytes already in memory (fuzzing, tests).
-    static std::shared_ptr<const TextTable> readSheet(std::string_view bytes, int position);
+    static WorkbookResult<std::shared_ptr<const TextTable>> readSheet(std::string_view bytes,
+                                                                      int position);
 };
 
 } // namespace MGImport8

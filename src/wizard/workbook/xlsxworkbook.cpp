@@ -27,14 +27,27 @@ bool endsWith(std::string_view value, std::string_view suffix)
     return value.size() >= suffix.size() && value.substr(value.size() - suffix.size()) == suffix;
 }
 
-void loadWhole(pugi::xml_document &document, std::string &bytes, const std::string &part)
+WorkbookStatus loadWhole(pugi::xml_document &document, std::string &bytes,
+                         const std::string &part)
 {
     const pugi::xml_parse_result result = document.load_buffer_inplace(bytes.data(), bytes.size(),
                                                                        WholeParse);
     if (!result)
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                     u"The part "_s % text(part) % u" is not valid XML: "_s
-                         % text(describeParseFailure(result)));
+        return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                             u"The part "_s % text(part) % u" is not valid XML: "_s
+                                 % text(describeParseFailure(result))};
+    return true;
+}
+
+// Reads a part whole into `bytes` and parses it in place into `document`.
+WorkbookStatus loadPart(ZipContainer &zip, const std::string &part, std::string &bytes,
+                        pugi::xml_document &document)
+{
+    WorkbookResult<std::string> read = zip.read(part);
+    if (!read)
+        return read.failure();
+    bytes = read.take();
+    return loadWhole(document, bytes, part);
 }
 
 pugi::xml_node childByLocalName(const pugi::xml_node &node, std::string_view name)
@@ -96,16 +109,19 @@ struct Relationship
     std::string target;
 };
 
-std::map<std::string, Relationship> readRelationships(ZipContainer &zip, const std::string &part)
+using Relationships = std::map<std::string, Relationship>;
+
+WorkbookResult<Relationships> readRelationships(ZipContainer &zip, const std::string &part)
 {
-    std::map<std::string, Relationship> result;
+    Relationships result;
     const std::string relsPath = relationshipsOf(part);
     const std::optional<std::string> stored = zip.find(relsPath);
     if (!stored)
         return result;
-    std::string bytes = zip.read(*stored);
+    std::string bytes;
     pugi::xml_document document;
-    loadWhole(document, bytes, relsPath);
+    if (const WorkbookStatus loaded = loadPart(zip, *stored, bytes, document); !loaded)
+        return loaded.failure();
     for (pugi::xml_node node : document.document_element().children()) {
         if (localName(node.name()) != "Relationship")
             continue;
@@ -157,83 +173,112 @@ bool isTrueWord(std::string_view value)
     return value == "1" || value == "true";
 }
 
+// The relationship id of a sheet is its one attribute "id" in a namespace ("r:id").
+std::string sheetRelationshipId(const pugi::xml_node &sheet)
+{
+    std::string id;
+    for (pugi::xml_attribute attribute : sheet.attributes()) {
+        const std::string_view name = attribute.name();
+        if (name != "id" && localName(attribute.name()) == "id")
+            id = attribute.value();
+    }
+    return id;
+}
+
+// The part of each sheet of the workbook element, in the workbook's order; empty for a sheet
+// without cells (a chart or dialog sheet).
+WorkbookResult<std::vector<std::string>> sheetParts(const pugi::xml_node &workbook,
+                                                    const Relationships &relationships)
+{
+    std::vector<std::string> parts;
+    for (pugi::xml_node sheet : childByLocalName(workbook, "sheets").children()) {
+        if (localName(sheet.name()) != "sheet")
+            continue;
+        const auto found = relationships.find(sheetRelationshipId(sheet));
+        if (found == relationships.end())
+            return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                                 u"The sheet \""_s
+                                     % QString::fromUtf8(sheet.attribute("name").value())
+                                     % u"\" names no part of the workbook"_s};
+        const bool cells = endsWith(found->second.type, "/worksheet")
+                           || endsWith(found->second.type, "/xlMacrosheet");
+        parts.push_back(cells ? found->second.target : std::string());
+    }
+    return parts;
+}
+
 } // namespace
 
 XlsxWorkbook::XlsxWorkbook(ZipContainer zip)
     : m_zip(std::move(zip))
-{
-    readWorkbookPart();
-}
+{}
 
 bool XlsxWorkbook::recognise(const ZipContainer &zip)
 {
     return zip.find(RootRelationships) || zip.find(DefaultWorkbook);
 }
 
-void XlsxWorkbook::readWorkbookPart()
+WorkbookStatus XlsxWorkbook::load()
 {
+    const WorkbookResult<Relationships> root = readRelationships(m_zip, "");
+    if (!root)
+        return root.failure();
     m_workbookPath = DefaultWorkbook;
-    for (const auto &[id, relationship] : readRelationships(m_zip, "")) {
+    for (const auto &[id, relationship] : root.value()) {
         if (endsWith(relationship.type, "/officeDocument")) {
             m_workbookPath = relationship.target;
             break;
         }
     }
     if (endsWith(m_workbookPath, ".bin"))
-        failWorkbook(WorkbookErrorNumber::ReaderMissing,
-                     u"Binary workbooks (.xlsb) have no reader here; save the workbook as .xlsx"_s);
+        return WorkbookError{WorkbookErrorNumber::ReaderMissing,
+                             u"Binary workbooks (.xlsb) have no reader here; save the workbook as "
+                             ".xlsx"_s};
     const std::optional<std::string> stored = m_zip.find(m_workbookPath);
     if (!stored)
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                     u"The workbook part "_s % text(m_workbookPath) % u" is missing"_s);
+        return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                             u"The workbook part "_s % text(m_workbookPath) % u" is missing"_s};
     m_workbookPath = *stored;
-    std::string bytes = m_zip.read(m_workbookPath);
+    std::string bytes;
     pugi::xml_document document;
-    loadWhole(document, bytes, m_workbookPath);
+    if (const WorkbookStatus loaded = loadPart(m_zip, m_workbookPath, bytes, document); !loaded)
+        return loaded;
     const pugi::xml_node workbook = document.document_element();
     if (localName(workbook.name()) != "workbook")
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                     u"The part "_s % text(m_workbookPath) % u" holds no workbook"_s);
+        return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                             u"The part "_s % text(m_workbookPath) % u" holds no workbook"_s};
     if (isTrueWord(childByLocalName(workbook, "workbookPr").attribute("date1904").value()))
         m_dateSystem = CellValues::DateSystem::From1904;
 
-    const std::map<std::string, Relationship> relationships = readRelationships(m_zip,
-                                                                                m_workbookPath);
-    for (const auto &[id, relationship] : relationships) {
+    const WorkbookResult<Relationships> relationships = readRelationships(m_zip, m_workbookPath);
+    if (!relationships)
+        return relationships.failure();
+    for (const auto &[id, relationship] : relationships.value()) {
         if (endsWith(relationship.type, "/sharedStrings"))
             m_sharedStringsPath = relationship.target;
-        else if (endsWith(relationship.type, "/styles"))
-            readStyles(relationship.target);
-    }
-    for (pugi::xml_node sheet : childByLocalName(workbook, "sheets").children()) {
-        if (localName(sheet.name()) != "sheet")
-            continue;
-        // The relationship id is the one attribute "id" in a namespace ("r:id").
-        std::string id;
-        for (pugi::xml_attribute attribute : sheet.attributes()) {
-            const std::string_view name = attribute.name();
-            if (name != "id" && localName(attribute.name()) == "id")
-                id = attribute.value();
+        else if (endsWith(relationship.type, "/styles")) {
+            if (const WorkbookStatus styles = readStyles(relationship.target); !styles)
+                return styles;
         }
-        const auto found = relationships.find(id);
-        if (found == relationships.end())
-            failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                         u"The sheet \""_s % QString::fromUtf8(sheet.attribute("name").value())
-                             % u"\" names no part of the workbook"_s);
-        const bool cells = endsWith(found->second.type, "/worksheet")
-                           || endsWith(found->second.type, "/xlMacrosheet");
-        m_sheets.push_back({cells ? found->second.target : std::string()});
     }
+    const WorkbookResult<std::vector<std::string>> parts = sheetParts(workbook,
+                                                                      relationships.value());
+    if (!parts)
+        return parts.failure();
+    for (const std::string &part : parts.value())
+        m_sheets.push_back({part});
+    return true;
 }
 
-void XlsxWorkbook::readStyles(const std::string &path)
+WorkbookStatus XlsxWorkbook::readStyles(const std::string &path)
 {
     const std::optional<std::string> stored = m_zip.find(path);
     if (!stored)
-        return;
-    std::string bytes = m_zip.read(*stored);
+        return true;
+    std::string bytes;
     pugi::xml_document document;
-    loadWhole(document, bytes, path);
+    if (const WorkbookStatus loaded = loadPart(m_zip, *stored, bytes, document); !loaded)
+        return loaded;
     const pugi::xml_node styleSheet = document.document_element();
     std::map<int, CellValues::NumberKind> custom;
     for (pugi::xml_node format : childByLocalName(styleSheet, "numFmts").children()) {
@@ -249,15 +294,17 @@ void XlsxWorkbook::readStyles(const std::string &path)
         m_styleKinds.push_back(found != custom.end() ? found->second
                                                      : CellValues::builtinFormatKind(id));
     }
+    return true;
 }
 
-void XlsxWorkbook::readSharedStrings(const std::string &path)
+WorkbookStatus XlsxWorkbook::readSharedStrings(const std::string &path)
 {
     m_sharedStringsRead = true;
     const std::optional<std::string> stored = m_zip.find(path);
     if (!stored)
-        return;
-    XmlItemStream stream(*stored, "sst", "si", [&](const pugi::xml_document &fragment) {
+        return true;
+    XmlItemStream stream(*stored, "sst", "si",
+                         [&](const pugi::xml_document &fragment) -> WorkbookStatus {
         for (pugi::xml_node item : fragment.children()) {
             if (localName(item.name()) != "si")
                 continue;
@@ -265,34 +312,42 @@ void XlsxWorkbook::readSharedStrings(const std::string &path)
             m_stringEnds.push_back(m_strings.size());
         }
         if (m_strings.size() > SheetLimits::MaxTextBytes)
-            failWorkbook(WorkbookErrorNumber::TooLarge,
-                         u"The workbook's shared strings are larger than can be imported"_s);
+            return WorkbookError{WorkbookErrorNumber::TooLarge,
+                                 u"The workbook's shared strings are larger than can be "
+                                 "imported"_s};
+        return true;
     });
-    m_zip.stream(*stored, [&](std::string_view piece) { stream.feed(piece); });
-    stream.finish();
+    if (const WorkbookStatus streamed
+        = m_zip.stream(*stored, [&](std::string_view piece) { return stream.feed(piece); });
+        !streamed)
+        return streamed;
+    return stream.finish();
 }
 
-std::string_view XlsxWorkbook::sharedString(const std::string &path, std::string_view index) const
+WorkbookResult<std::string_view> XlsxWorkbook::sharedString(const std::string &path,
+                                                             std::string_view index) const
 {
     std::uint64_t number = 0;
     const auto [end, error] = std::from_chars(index.data(), index.data() + index.size(), number);
     if (error != std::errc() || end != index.data() + index.size() || number >= m_stringEnds.size())
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                     u"A cell of "_s % text(path) % u" refers to shared string "_s
-                         % QString::fromUtf8(index.data(), qsizetype(index.size()))
-                         % u", but the workbook has "_s % QString::number(m_stringEnds.size()));
+        return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                             u"A cell of "_s % text(path) % u" refers to shared string "_s
+                                 % QString::fromUtf8(index.data(), qsizetype(index.size()))
+                                 % u", but the workbook has "_s
+                                 % QString::number(m_stringEnds.size())};
     const std::uint64_t begin = number == 0 ? 0 : m_stringEnds[number - 1];
     return std::string_view(m_strings).substr(begin, m_stringEnds[number] - begin);
 }
 
-std::string_view XlsxWorkbook::cellText(const std::string &path, const pugi::xml_node &cell,
-                                        std::string &value) const
+WorkbookResult<std::string_view> XlsxWorkbook::cellText(const std::string &path,
+                                                        const pugi::xml_node &cell,
+                                                        std::string &value) const
 {
     const std::string_view type = attributeByLocalName(cell, "t").value();
     if (type == "inlineStr") {
         value.clear();
         appendStringItem(childByLocalName(cell, "is"), value);
-        return value;
+        return std::string_view(value);
     }
     const std::string_view raw = childByLocalName(cell, "v").child_value();
     if (type == "s")
@@ -301,11 +356,11 @@ std::string_view XlsxWorkbook::cellText(const std::string &path, const pugi::xml
         return raw;
     if (type == "b") {
         value = raw == "1" ? "TRUE" : raw == "0" ? "FALSE" : std::string(raw);
-        return value;
+        return std::string_view(value);
     }
     if (type == "d") {
         value = CellValues::isoDateText(raw);
-        return value;
+        return std::string_view(value);
     }
     if (raw.empty())
         return raw;
@@ -319,7 +374,7 @@ std::string_view XlsxWorkbook::cellText(const std::string &path, const pugi::xml
                                             ? m_styleKinds[index]
                                             : CellValues::NumberKind::General;
     value = CellValues::serialDateText(number, kind, m_dateSystem);
-    return value;
+    return std::string_view(value);
 }
 
 namespace {
@@ -353,46 +408,72 @@ void addMergedAreas(std::string &tail, SheetCells &cells)
 
 } // namespace
 
-std::shared_ptr<const TextTable> XlsxWorkbook::readSheet(int position)
+// A cell sits at its own reference, or just after the cell before it in the row.
+WorkbookStatus XlsxWorkbook::addRowCells(const std::string &path, const pugi::xml_node &row,
+                                         std::uint32_t rowIndex, SheetCells &cells,
+                                         std::string &scratch) const
+{
+    std::uint32_t nextColumn = 0;
+    for (pugi::xml_node cell : row.children()) {
+        if (localName(cell.name()) != "c")
+            continue;
+        std::uint32_t cellRow = rowIndex;
+        std::uint32_t column = nextColumn;
+        const pugi::xml_attribute reference = attributeByLocalName(cell, "r");
+        if (reference && !parseCellReference(reference.value(), cellRow, column))
+            return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                                 u"A cell of "_s % text(path) % u" has the bad reference \""_s
+                                     % QString::fromUtf8(reference.value()) % u"\""_s};
+        nextColumn = column + 1;
+        const WorkbookResult<std::string_view> value = cellText(path, cell, scratch);
+        if (!value)
+            return value.failure();
+        if (const WorkbookStatus added = cells.add(cellRow, column, value.value()); !added)
+            return added;
+    }
+    return true;
+}
+
+// The rows come in batches from the part as it is unpacked; a row without a number follows the
+// one before it.
+WorkbookResult<std::shared_ptr<const TextTable>> XlsxWorkbook::readSheet(int position)
 {
     const std::string &path = m_sheets.at(size_t(position)).path;
     if (path.empty())
         return TextTable::Builder().finish();
-    if (!m_sharedStringsRead && !m_sharedStringsPath.empty())
-        readSharedStrings(m_sharedStringsPath);
+    if (!m_sharedStringsRead && !m_sharedStringsPath.empty()) {
+        if (const WorkbookStatus strings = readSharedStrings(m_sharedStringsPath); !strings)
+            return strings.failure();
+    }
     const std::optional<std::string> stored = m_zip.find(path);
     if (!stored)
-        failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                     u"The worksheet part "_s % text(path) % u" is missing"_s);
+        return WorkbookError{WorkbookErrorNumber::InvalidFileFormat,
+                             u"The worksheet part "_s % text(path) % u" is missing"_s};
 
     SheetCells cells;
     std::uint32_t nextRow = 0;
-    std::string value;
-    XmlItemStream stream(*stored, "sheetData", "row", [&](const pugi::xml_document &fragment) {
-        for (pugi::xml_node row : fragment.children()) {
-            if (localName(row.name()) != "row")
-                continue;
-            const unsigned rowNumber = attributeByLocalName(row, "r").as_uint(0);
-            const std::uint32_t rowIndex = rowNumber > 0 ? rowNumber - 1 : nextRow;
-            nextRow = rowIndex + 1;
-            std::uint32_t nextColumn = 0;
-            for (pugi::xml_node cell : row.children()) {
-                if (localName(cell.name()) != "c")
-                    continue;
-                std::uint32_t cellRow = rowIndex;
-                std::uint32_t column = nextColumn;
-                const pugi::xml_attribute reference = attributeByLocalName(cell, "r");
-                if (reference && !parseCellReference(reference.value(), cellRow, column))
-                    failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                                 u"A cell of "_s % text(path) % u" has the bad reference \""_s
-                                     % QString::fromUtf8(reference.value()) % u"\""_s);
-                nextColumn = column + 1;
-                cells.add(cellRow, column, cellText(path, cell, value));
-            }
-        }
-    });
-    m_zip.stream(*stored, [&](std::string_view piece) { stream.feed(piece); });
-    stream.finish();
+    std::string scratch;
+    XmlItemStream stream(*stored, "sheetData", "row",
+                         [&](const pugi::xml_document &fragment) -> WorkbookStatus {
+                             for (pugi::xml_node row : fragment.children()) {
+                                 if (localName(row.name()) != "row")
+                                     continue;
+                                 const unsigned number = attributeByLocalName(row, "r").as_uint(0);
+                                 const std::uint32_t index = number > 0 ? number - 1 : nextRow;
+                                 nextRow = index + 1;
+                                 if (const WorkbookStatus added = addRowCells(path, row, index,
+                                                                              cells, scratch);
+                                     !added)
+                                     return added;
+                             }
+                             return true;
+                         });
+    if (const WorkbookStatus streamed
+        = m_zip.stream(*stored, [&](std::string_view piece) { return stream.feed(piece); });
+        !streamed)
+        return streamed.failure();
+    if (const WorkbookStatus finished = stream.finish(); !finished)
+        return finished.failure();
     addMergedAreas(stream.tail(), cells);
     return cells.finish();
 }

@@ -2,6 +2,7 @@
 
 #include "wizard/table/texttable.h"
 #include "wizard/workbook/cellvalues.h"
+#include "wizard/workbook/workbookerror.h"
 #include "wizard/workbook/zipcontainer.h"
 
 #include <memory>
@@ -15,9 +16,11 @@ class xml_node;
 
 namespace MGImport8 {
 
+class SheetCells;
+
 /// An Office Open XML workbook (.xlsx, .xlsm, transitional or strict) in its zip container.
 /// Sheets count in the workbook's own order, hidden ones included; a chart or dialog sheet has
-/// no cells. Failures throw WorkbookFailure.
+/// no cells.
 class XlsxWorkbook
 {
 public:
@@ -26,23 +29,29 @@ public:
     /// workbook (.xlsb) is refused as a format without a reader.
     static bool recognise(const ZipContainer &zip);
 
+    /// Reads the workbook part: the sheets, the styles and where the shared strings are; the
+    /// first step after construction.
+    WorkbookStatus load();
     int sheetCount() const { return int(m_sheets.size()); }
     /// The used area of the sheet at `position` (from 0).
-    std::shared_ptr<const TextTable> readSheet(int position);
+    WorkbookResult<std::shared_ptr<const TextTable>> readSheet(int position);
 
 private:
     struct Sheet
     {
         std::string path; // empty: a sheet without cells
     };
-    void readWorkbookPart();
-    void readStyles(const std::string &path);
-    void readSharedStrings(const std::string &path);
+    WorkbookStatus readStyles(const std::string &path);
+    WorkbookStatus readSharedStrings(const std::string &path);
     /// The shared string a cell of the sheet part `path` refers to by `index`.
-    std::string_view sharedString(const std::string &path, std::string_view index) const;
+    WorkbookResult<std::string_view> sharedString(const std::string &path,
+                                                  std::string_view index) const;
     /// A cell's text by its type; `scratch` holds the text when it is not in the part already.
-    std::string_view cellText(const std::string &path, const pugi::xml_node &cell,
-                              std::string &scratch) const;
+    WorkbookResult<std::string_view> cellText(const std::string &path, const pugi::xml_node &cell,
+                                              std::string &scratch) const;
+    /// Adds the cells of a `row` element of the sheet part `path`, the sheet's row `rowIndex`.
+    WorkbookStatus addRowCells(const std::string &path, const pugi::xml_node &row, std::uint32_t rowIndex,
+                     SheetCells &cells, std::string &scratch) const;
 
     ZipContainer m_zip;
     std::string m_workbookPath;

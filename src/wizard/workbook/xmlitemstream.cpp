@@ -1,7 +1,5 @@
 #include "wizard/workbook/xmlitemstream.h"
 
-#include "wizard/workbook/workbookerror.h"
-
 #include <QString>
 
 using namespace Qt::StringLiterals;
@@ -52,34 +50,38 @@ XmlItemStream::XmlItemStream(std::string part, std::string_view container, std::
     , m_consume(std::move(consume))
 {}
 
-void XmlItemStream::broken(const std::string &why) const
+WorkbookError XmlItemStream::broken(const std::string &why) const
 {
-    failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                 u"The part "_s % QString::fromStdString(m_part) % u" is not valid XML: "_s
-                     % QString::fromStdString(why));
+    return {WorkbookErrorNumber::InvalidFileFormat,
+            u"The part "_s % QString::fromStdString(m_part) % u" is not valid XML: "_s
+                % QString::fromStdString(why)};
 }
 
-void XmlItemStream::feed(std::string_view piece)
+WorkbookStatus XmlItemStream::feed(std::string_view piece)
 {
     if (m_phase == Phase::Tail) {
         if (m_tail.size() < XmlLimits::MaxTailBytes)
             m_tail.append(piece.substr(0, XmlLimits::MaxTailBytes - m_tail.size()));
-        return;
+        return true;
     }
     m_buffer.append(piece);
     if (m_phase == Phase::Seeking)
         seekContainer();
     if (m_phase == Phase::Items && m_buffer.size() >= XmlLimits::BatchBytes)
-        takeItems(false);
+        return takeItems(false);
+    return true;
 }
 
-void XmlItemStream::finish()
+WorkbookStatus XmlItemStream::finish()
 {
+    if (m_phase == Phase::Items) {
+        if (const WorkbookStatus taken = takeItems(true); !taken)
+            return taken;
+    }
     if (m_phase == Phase::Items)
-        takeItems(true);
-    if (m_phase == Phase::Items)
-        broken("the element " + m_container + " is not closed");
+        return broken("the element " + m_container + " is not closed");
     m_buffer.clear();
+    return true;
 }
 
 // Finds "<container" or "<prefix:container" as a start tag and keeps only what follows it.
@@ -125,42 +127,45 @@ void XmlItemStream::seekContainer()
         m_buffer.erase(0, m_buffer.size() - SeekOverlap);
 }
 
-void XmlItemStream::takeItems(bool last)
+WorkbookStatus XmlItemStream::takeItems(bool last)
 {
     const size_t end = m_buffer.find(m_containerEnd);
     if (end != std::string::npos) {
-        parseBatch(end);
+        if (const WorkbookStatus parsed = parseBatch(end); !parsed)
+            return parsed;
         m_phase = Phase::Tail;
         m_tail = m_buffer.substr(end + m_containerEnd.size(), XmlLimits::MaxTailBytes);
         m_buffer.clear();
-        return;
+        return true;
     }
     if (last)
-        return;
+        return true;
     const size_t itemEnd = m_buffer.rfind(m_itemEnd);
     if (itemEnd == std::string::npos) {
         if (m_buffer.size() > XmlLimits::MaxItemBytes)
-            broken("an element " + m_item + " is larger than "
-                   + std::to_string(XmlLimits::MaxItemBytes / (1024 * 1024)) + " MiB");
-        return;
+            return broken("an element " + m_item + " is larger than "
+                          + std::to_string(XmlLimits::MaxItemBytes / (1024 * 1024)) + " MiB");
+        return true;
     }
     const size_t length = itemEnd + m_itemEnd.size();
-    parseBatch(length);
+    if (const WorkbookStatus parsed = parseBatch(length); !parsed)
+        return parsed;
     m_buffer.erase(0, length);
+    return true;
 }
 
-void XmlItemStream::parseBatch(std::size_t length)
+WorkbookStatus XmlItemStream::parseBatch(std::size_t length)
 {
     if (length == 0)
-        return;
+        return true;
     pugi::xml_document fragment;
     // The buffer is parsed in place; what is parsed is erased right after.
     const pugi::xml_parse_result result = fragment.load_buffer_inplace(m_buffer.data(), length,
                                                                        FragmentParse,
                                                                        pugi::encoding_utf8);
     if (!result)
-        broken(describeParseFailure(result));
-    m_consume(fragment);
+        return broken(describeParseFailure(result));
+    return m_consume(fragment);
 }
 
 } // namespace MGImport8

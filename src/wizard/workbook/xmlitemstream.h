@@ -1,5 +1,7 @@
 #pragma once
 
+#include "wizard/workbook/workbookerror.h"
+
 #include <pugixml.hpp>
 
 #include <cstddef>
@@ -29,18 +31,18 @@ std::string describeParseFailure(const pugi::xml_parse_result &result);
 /// Reads a large XML part in pieces without holding it whole: it finds the container element
 /// (say `sheetData`, with whatever prefix the writer chose), and hands batches of its complete
 /// item children (`row`) to `consume` as a parsed fragment; memory stays near one batch. What
-/// follows the container is kept (bounded) for `tail()`. Damaged XML throws WorkbookFailure
-/// naming `part`.
+/// follows the container is kept (bounded) for `tail()`. Damaged XML fails the feeding with an
+/// error naming `part`, as does a failure of `consume`.
 class XmlItemStream
 {
 public:
-    using Consumer = std::function<void(const pugi::xml_document &fragment)>;
+    using Consumer = std::function<WorkbookStatus(const pugi::xml_document &fragment)>;
     XmlItemStream(std::string part, std::string_view container, std::string_view item,
                   Consumer consume);
 
-    void feed(std::string_view piece);
+    WorkbookStatus feed(std::string_view piece);
     /// Call after the last piece: parses what is left.
-    void finish();
+    WorkbookStatus finish();
     /// The XML after the container's end (up to the tail limit), empty when there was none.
     std::string &tail() { return m_tail; }
     bool containerFound() const { return m_phase != Phase::Seeking; }
@@ -48,9 +50,9 @@ public:
 private:
     enum class Phase { Seeking, Items, Tail };
     void seekContainer();
-    void takeItems(bool last);
-    void parseBatch(std::size_t length);
-    [[noreturn]] void broken(const std::string &why) const;
+    WorkbookStatus takeItems(bool last);
+    WorkbookStatus parseBatch(std::size_t length);
+    WorkbookError broken(const std::string &why) const;
 
     std::string m_part;
     std::string m_container;

@@ -1,7 +1,5 @@
 #include "wizard/workbook/zipcontainer.h"
 
-#include "wizard/workbook/workbookerror.h"
-
 #include <QFile>
 
 #include <zip.h>
@@ -22,10 +20,10 @@ QString partName(std::string_view name)
     return QString::fromUtf8(name.data(), qsizetype(name.size()));
 }
 
-[[noreturn]] void damaged(const QString &what)
+WorkbookError damaged(const QString &what)
 {
-    failWorkbook(WorkbookErrorNumber::InvalidFileFormat,
-                 u"The workbook's zip container is damaged: "_s % what);
+    return {WorkbookErrorNumber::InvalidFileFormat,
+            u"The workbook's zip container is damaged: "_s % what};
 }
 
 QString zipErrorText(int code)
@@ -58,7 +56,7 @@ ZipContainer::~ZipContainer()
         zip_discard(m_archive);
 }
 
-ZipContainer ZipContainer::openFile(const QString &path)
+WorkbookResult<ZipContainer> ZipContainer::openFile(const QString &path)
 {
     int code = 0;
     zip *archive = zip_open(QFile::encodeName(path).constData(), ZIP_RDONLY | ZIP_CHECKCONS, &code);
@@ -68,11 +66,11 @@ ZipContainer ZipContainer::openFile(const QString &path)
         archive = zip_open(QFile::encodeName(path).constData(), ZIP_RDONLY, &code);
     }
     if (!archive)
-        damaged(zipErrorText(code));
+        return damaged(zipErrorText(code));
     return ZipContainer(archive, {});
 }
 
-ZipContainer ZipContainer::openBytes(QByteArray bytes)
+WorkbookResult<ZipContainer> ZipContainer::openBytes(QByteArray bytes)
 {
     zip_error_t error;
     zip_error_init(&error);
@@ -80,14 +78,14 @@ ZipContainer ZipContainer::openBytes(QByteArray bytes)
                                                     0, &error);
     if (!source) {
         zip_error_fini(&error);
-        damaged(u"cannot read it"_s);
+        return damaged(u"cannot read it"_s);
     }
     zip *archive = zip_open_from_source(source, ZIP_RDONLY, &error);
     if (!archive) {
         const QString text = QString::fromUtf8(zip_error_strerror(&error));
         zip_source_free(source);
         zip_error_fini(&error);
-        damaged(text);
+        return damaged(text);
     }
     zip_error_fini(&error);
     return ZipContainer(archive, std::move(bytes));
@@ -103,52 +101,56 @@ std::optional<std::string> ZipContainer::find(std::string_view name) const
     return stored ? std::optional<std::string>(stored) : std::nullopt;
 }
 
-std::string ZipContainer::read(std::string_view name)
+WorkbookResult<std::string> ZipContainer::read(std::string_view name)
 {
     std::string whole;
-    readPart(name, ZipLimits::MaxWholePartBytes,
-             [&](std::string_view piece) { whole.append(piece); });
+    const WorkbookStatus read = readPart(name, ZipLimits::MaxWholePartBytes,
+                                         [&](std::string_view piece) -> WorkbookStatus {
+                                             whole.append(piece);
+                                             return true;
+                                         });
+    if (!read)
+        return read.failure();
     return whole;
 }
 
-void ZipContainer::stream(std::string_view name,
-                          const std::function<void(std::string_view)> &consume)
+WorkbookStatus ZipContainer::stream(std::string_view name, const PieceConsumer &consume)
 {
-    readPart(name, ZipLimits::MaxStreamedPartBytes, consume);
+    return readPart(name, ZipLimits::MaxStreamedPartBytes, consume);
 }
 
-void ZipContainer::readPart(std::string_view name, std::uint64_t limit,
-                            const std::function<void(std::string_view)> &consume)
+WorkbookStatus ZipContainer::readPart(std::string_view name, std::uint64_t limit,
+                                      const PieceConsumer &consume)
 {
     const std::string wanted(name);
     const zip_int64_t index = zip_name_locate(m_archive, wanted.c_str(), ZIP_FL_NOCASE);
     if (index < 0)
-        damaged(u"the part "_s % partName(name) % u" is missing"_s);
+        return damaged(u"the part "_s % partName(name) % u" is missing"_s);
     zip_stat_t info;
     zip_stat_init(&info);
     if (zip_stat_index(m_archive, zip_uint64_t(index), 0, &info) != 0)
-        damaged(u"the part "_s % partName(name) % u" cannot be read"_s);
+        return damaged(u"the part "_s % partName(name) % u" cannot be read"_s);
     if (info.encryption_method != ZIP_EM_NONE)
-        failWorkbook(WorkbookErrorNumber::ReaderMissing,
-                     u"The workbook is encrypted; it cannot be read without its password"_s);
+        return WorkbookError{WorkbookErrorNumber::ReaderMissing,
+                             u"The workbook is encrypted; it cannot be read without its password"_s};
     const std::uint64_t declared = (info.valid & ZIP_STAT_SIZE) ? info.size : 0;
     const std::uint64_t packed = (info.valid & ZIP_STAT_COMP_SIZE) ? info.comp_size : 0;
     auto tooLarge = [&] {
-        failWorkbook(WorkbookErrorNumber::TooLarge,
-                     u"The part "_s % partName(name)
-                         % u" unpacks to more than the reader accepts (a zip bomb?)"_s);
+        return WorkbookError{WorkbookErrorNumber::TooLarge,
+                             u"The part "_s % partName(name)
+                                 % u" unpacks to more than the reader accepts (a zip bomb?)"_s};
     };
     if (declared > limit || m_total + declared > ZipLimits::MaxTotalBytes)
-        tooLarge();
+        return tooLarge();
     if (declared > ZipLimits::RatioFreeBytes
         && declared / std::max<std::uint64_t>(packed, 1) > ZipLimits::MaxCompressionRatio)
-        tooLarge();
+        return tooLarge();
 
     std::unique_ptr<zip_file_t, int (*)(zip_file_t *)> file(zip_fopen_index(m_archive,
                                                                             zip_uint64_t(index), 0),
                                                             zip_fclose);
     if (!file)
-        damaged(u"the part "_s % partName(name) % u" cannot be unpacked ("_s
+        return damaged(u"the part "_s % partName(name) % u" cannot be unpacked ("_s
                 % QString::fromUtf8(zip_strerror(m_archive)) % u")"_s);
     // Small parts get a buffer of their own size (plus one byte to see the end).
     std::string buffer(size_t(std::clamp<std::uint64_t>(declared + 1, MinChunkBytes,
@@ -158,7 +160,7 @@ void ZipContainer::readPart(std::string_view name, std::uint64_t limit,
     for (;;) {
         const zip_int64_t n = zip_fread(file.get(), buffer.data(), buffer.size());
         if (n < 0)
-            damaged(u"the part "_s % partName(name) % u" cannot be unpacked ("_s
+            return damaged(u"the part "_s % partName(name) % u" cannot be unpacked ("_s
                     % QString::fromUtf8(zip_file_strerror(file.get())) % u")"_s);
         if (n == 0)
             break;
@@ -168,9 +170,12 @@ void ZipContainer::readPart(std::string_view name, std::uint64_t limit,
         if (done > limit || m_total > ZipLimits::MaxTotalBytes
             || (done > ZipLimits::RatioFreeBytes
                 && done / std::max<std::uint64_t>(packed, 1) > ZipLimits::MaxCompressionRatio))
-            tooLarge();
-        consume(std::string_view(buffer.data(), size_t(n)));
+            return tooLarge();
+        if (const WorkbookStatus taken = consume(std::string_view(buffer.data(), size_t(n)));
+            !taken)
+            return taken;
     }
+    return true;
 }
 
 } // namespace MGImport8

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "wizard/workbook/workbookerror.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -29,12 +31,12 @@ constexpr std::size_t ChunkBytes = 1024 * 1024;
 } // namespace ZipLimits
 
 /// A zip archive opened read-only, from a file or from bytes in memory, that unpacks parts within
-/// the limits above. Failures throw WorkbookFailure with a description naming the part.
+/// the limits above. A failure's description names the part.
 class ZipContainer
 {
 public:
-    static ZipContainer openFile(const QString &path);
-    static ZipContainer openBytes(QByteArray bytes);
+    static WorkbookResult<ZipContainer> openFile(const QString &path);
+    static WorkbookResult<ZipContainer> openBytes(QByteArray bytes);
     ZipContainer(ZipContainer &&other) noexcept;
     ZipContainer &operator=(ZipContainer &&) = delete;
     ~ZipContainer();
@@ -43,14 +45,16 @@ public:
     /// as the packaging rules want), else nothing.
     std::optional<std::string> find(std::string_view name) const;
     /// The part whole; fails when it is missing or over the limits.
-    std::string read(std::string_view name);
+    WorkbookResult<std::string> read(std::string_view name);
+    /// Takes a piece of a part; a failure stops the reading and becomes the reading's.
+    using PieceConsumer = std::function<WorkbookStatus(std::string_view)>;
     /// The part in pieces of about `ZipLimits::ChunkBytes`, each passed to `consume`.
-    void stream(std::string_view name, const std::function<void(std::string_view)> &consume);
+    WorkbookStatus stream(std::string_view name, const PieceConsumer &consume);
 
 private:
     explicit ZipContainer(zip *archive, QByteArray bytes);
-    void readPart(std::string_view name, std::uint64_t limit,
-                  const std::function<void(std::string_view)> &consume);
+    WorkbookStatus readPart(std::string_view name, std::uint64_t limit,
+                            const PieceConsumer &consume);
 
     zip *m_archive = nullptr;
     QByteArray m_bytes; // the archive when opened from memory

@@ -2,7 +2,7 @@
 // AddElement/AddAttribute/SetAttribute: names are made safe, a repeated attribute is replaced in
 //   place rather than duplicated, nulls give empty values and variants convert as automation does.
 // GetNodeText is read through the structure files it serves.
-#include "common/xmlfunctions.h"
+#include "common/xmlnodes.h"
 
 #include <QVariant>
 

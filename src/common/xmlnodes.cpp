@@ -1,4 +1,4 @@
-#include "common/xmlfunctions.h"
+#include "common/xmlnodes.h"
 
 #include "common/xmltext.h"
 
