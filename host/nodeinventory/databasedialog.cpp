@@ -212,7 +212,7 @@ bool DatabaseDialog::runStructure(bool build)
     bool done = false;
     if (build) {
         done = m_admin.BuildDatabase(database, m_admin.DefaultDataPath(), structureFile());
-    } else if (MGImport8::SqlAdmin::ManagedDatabase *db = m_admin.GetDatabase(database)) {
+    } else if (MGImport8::SQLDatabase *db = m_admin.GetDatabase(database)) {
         done = m_admin.UpdateDatabaseStructure(db, structureFile());
     }
     unsetCursor();

@@ -20,8 +20,6 @@ class SQLDatabase;
 namespace SqlAdmin {
 class ManagementServer;
 class SQLAdminAccess;
-/// The name `SQLDatabase` had before it was public; kept so that existing callers still build.
-using ManagedDatabase = MGImport8::SQLDatabase;
 } // namespace SqlAdmin
 } // namespace MGImport8
 

@@ -308,6 +308,38 @@ TEST_F(DatabasePath, reportsAServerThatWentAwayBeforeTheRead)
     EXPECT_EQ(grid.rowCount(), 0);
 }
 
+// The same walk on a real SQL Server through FreeTDS, when MGIMPORT8_TEST_MSSQL holds a FreeTDS
+// connection string (SERVER, PORT, UID, PWD); skipped otherwise.
+TEST_F(DatabasePath, walksARealSqlServer)
+{
+    const QString target = qEnvironmentVariable("MGIMPORT8_TEST_MSSQL");
+    if (target.isEmpty())
+        GTEST_SKIP() << "MGIMPORT8_TEST_MSSQL names no SQL Server (a FreeTDS connection string)";
+    const ConnectionString entries = ConnectionString::parse(target);
+    QString server = entries.text(u"SERVER"_s);
+    if (!entries.text(u"PORT"_s).isEmpty())
+        server += u',' + entries.text(u"PORT"_s);
+    chooseMethod(u"SQL"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::DatabasePanel);
+    wizard->setServerName(server);
+    wizard->setIntegratedSecurity(entries.text(u"UID"_s).isEmpty());
+    wizard->setLoginName(entries.text(u"UID"_s));
+    wizard->setLoginPassword(entries.text(u"PWD"_s));
+    wizard->openDatabaseList();
+    ASSERT_TRUE(view.messages().isEmpty()) << messageTexts().join(u'\n').toStdString();
+    wizard->setDatabaseName(u"master"_s);
+    wizard->next();
+    ASSERT_EQ(panel(), Panel::TablePanel) << messageTexts().join(u'\n').toStdString();
+    wizard->selectTable(u"SELECT name FROM sys.databases ORDER BY database_id"_s);
+    ASSERT_GE(grid().rowCount(), 2) << messageTexts().join(u'\n').toStdString();
+    EXPECT_EQ(grid().text(1, 0), u"master"_s);
+    // The "]" is doubled inside the brackets, so the server looks for the whole name.
+    wizard->selectTable(u"spt]values"_s);
+    ASSERT_EQ(view.messages().size(), 1);
+    EXPECT_TRUE(view.messages().first().text.contains(u"Invalid object name 'spt]values'"_s));
+}
+
 } // namespace
 
 } // namespace MGImport8::Test

@@ -166,12 +166,12 @@ int runStructure(const QStringList &arguments)
                      "end. Statements a transaction cannot take back (CREATE INDEX "
                      "CONCURRENTLY, tablespaces, databases) are shown and not run.\n";
         admin.setStructureDryRun(showStatements);
-        SqlAdmin::ManagedDatabase *target = admin.GetDatabase(databaseName);
+        SQLDatabase *target = admin.GetDatabase(databaseName);
         done = target && admin.UpdateDatabaseStructure(target, file);
     } else if (action == u"build"_s) {
         done = admin.BuildDatabase(databaseName, parser.value(path), file);
     } else {
-        SqlAdmin::ManagedDatabase *source = admin.GetDatabase(databaseName);
+        SQLDatabase *source = admin.GetDatabase(databaseName);
         done = source
                && admin.WriteXMLStructureFile(source, file,
                                               parser.value(data).split(u',', Qt::SkipEmptyParts));
