@@ -23,8 +23,8 @@
 
 #include <QElapsedTimer>
 #include <QFile>
-#include <QTemporaryDir>
 #include <QProcess>
+#include <QTemporaryDir>
 
 #include <algorithm>
 #include <cstdlib>
@@ -125,32 +125,44 @@ Seconds sqliteSeconds(const QString &path, const QString &store, bool keyed)
     return best;
 }
 
+// Both `sqlite3 .import` runs on the file. The generated file may be shared with other benchmark
+// runs; the stores are this run's own.
+struct Peers
+{
+    explicit Peers(const QString &path)
+        : store(folder.filePath(QStringLiteral("nodes.sqlite")))
+        , sqlite(sqliteSeconds(path, store, false))
+        , keyed(sqliteSeconds(path, store, true))
+    {}
+
+    const QTemporaryDir folder;
+    const QString store;
+    const Seconds sqlite;
+    const Seconds keyed;
+};
+
 // Ours beside both `sqlite3 .import` runs: wall and processor seconds and the ratios.
-void setCounters(benchmark::State &state, const Seconds &ours, const Seconds &sqlite,
-                 const Seconds &keyed)
+void setCounters(benchmark::State &state, const Seconds &ours, const Peers &peers)
 {
     state.counters["ours_s"] = ours.wall;
     state.counters["ours_cpu_s"] = ours.cpu;
-    state.counters["sqlite3_s"] = sqlite.wall;
-    state.counters["sqlite3_cpu_s"] = sqlite.cpu;
-    state.counters["x_sqlite3"] = ours.wall / sqlite.wall;
-    state.counters["x_sqlite3_cpu"] = ours.cpu / sqlite.cpu;
-    state.counters["sqlite3_keyed_s"] = keyed.wall;
-    state.counters["sqlite3_keyed_cpu_s"] = keyed.cpu;
-    state.counters["x_keyed"] = ours.wall / keyed.wall;
-    state.counters["x_keyed_cpu"] = ours.cpu / keyed.cpu;
+    state.counters["sqlite3_s"] = peers.sqlite.wall;
+    state.counters["sqlite3_cpu_s"] = peers.sqlite.cpu;
+    state.counters["x_sqlite3"] = ours.wall / peers.sqlite.wall;
+    state.counters["x_sqlite3_cpu"] = ours.cpu / peers.sqlite.cpu;
+    state.counters["sqlite3_keyed_s"] = peers.keyed.wall;
+    state.counters["sqlite3_keyed_cpu_s"] = peers.keyed.cpu;
+    state.counters["x_keyed"] = ours.wall / peers.keyed.wall;
+    state.counters["x_keyed_cpu"] = ours.cpu / peers.keyed.cpu;
 }
 
 void BM_IntoCommand(benchmark::State &state)
 {
     ::setenv("MGIMPORT8_METHODS_PATH", MGIMPORT8_METHOD_FILES_DIR, 1);
     const QString path = Bench::deviceFile(state.range(0));
-    // The generated file may be shared with other benchmark runs; the stores are this run's own.
-    const QTemporaryDir folder;
-    const QString store = folder.filePath(QStringLiteral("nodes.sqlite"));
-    const Seconds sqlite = sqliteSeconds(path, store, false);
-    const Seconds keyed = sqliteSeconds(path, store, true);
-    if (sqlite.wall < 0) {
+    const Peers peers(path);
+    const QString &store = peers.store;
+    if (peers.sqlite.wall < 0) {
         state.SkipWithError("sqlite3 is not installed or failed");
         return;
     }
@@ -176,19 +188,16 @@ void BM_IntoCommand(benchmark::State &state)
         state.SetIterationTime(seconds);
     }
     QFile::remove(store);
-    setCounters(state, ours, sqlite, keyed);
+    setCounters(state, ours, peers);
 }
 
 void BM_NodeStoreImport(benchmark::State &state)
 {
     ::setenv("MGIMPORT8_METHODS_PATH", MGIMPORT8_METHOD_FILES_DIR, 1);
     const QString path = Bench::deviceFile(state.range(0));
-    // The generated file may be shared with other benchmark runs; the stores are this run's own.
-    const QTemporaryDir folder;
-    const QString store = folder.filePath(QStringLiteral("nodes.sqlite"));
-    const Seconds sqlite = sqliteSeconds(path, store, false);
-    const Seconds keyed = sqliteSeconds(path, store, true);
-    if (sqlite.wall < 0) {
+    const Peers peers(path);
+    const QString &store = peers.store;
+    if (peers.sqlite.wall < 0) {
         state.SkipWithError("sqlite3 is not installed or failed");
         return;
     }
@@ -238,18 +247,18 @@ void BM_NodeStoreImport(benchmark::State &state)
     state.counters["rows"] = rows;
     state.counters["counting_s"] = counting.wall;
     state.counters["counting_cpu_s"] = counting.cpu;
-    setCounters(state, ours, sqlite, keyed);
+    setCounters(state, ours, peers);
 }
 
 } // namespace
 
+// Three runs of each, the best kept: the machine's other work weighs on single runs.
 BENCHMARK(BM_IntoCommand)
     ->ArgName("lines")
     ->Arg(1'000'000)
     ->Unit(benchmark::kMillisecond)
     ->UseManualTime()
     ->Iterations(3);
-
 BENCHMARK(BM_NodeStoreImport)
     ->ArgName("lines")
     ->Arg(1'000'000)
