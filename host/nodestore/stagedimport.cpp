@@ -5,6 +5,13 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <new>
+#include <utility>
+
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
 
 namespace NodeInventory {
 
@@ -42,6 +49,10 @@ std::optional<quint32> parseCanonical(const Char *text, qsizetype size)
         return std::nullopt;
     return address;
 }
+
+// Blocks from this size on are asked to lie on 2 MiB pages. A lookup lands anywhere in a table of
+// tens of megabytes; on 4 KiB pages nearly every one also misses the processor's page table cache.
+constexpr std::size_t BigPageBytes = std::size_t(2) << 20;
 
 // Fibonacci hashing: addresses that differ in their last parts spread over the whole table.
 std::size_t hashOf(quint32 address, std::size_t mask)
@@ -100,8 +111,34 @@ std::optional<quint32> canonicalAddress(const char *text, qsizetype size)
 }
 
 StagedImport::StagedImport()
-    : m_slots(InitialSlots, Slot{0, Empty})
+    : m_slots(newSlots(InitialSlots))
+    , m_slotCount(InitialSlots)
 {}
+
+void StagedImport::SlotBlockFree::operator()(Slot *table) const
+{
+    std::free(table);
+}
+
+StagedImport::SlotBlock StagedImport::newSlots(std::size_t count)
+{
+    const std::size_t bytes = count * sizeof(Slot);
+    void *block = nullptr;
+    if (bytes >= BigPageBytes) {
+        if (posix_memalign(&block, BigPageBytes, bytes) != 0)
+            throw std::bad_alloc();
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+        madvise(block, bytes, MADV_HUGEPAGE); // advice only: small pages work as well, slower
+#endif
+    } else {
+        block = std::malloc(bytes);
+        if (!block)
+            throw std::bad_alloc();
+    }
+    Slot *const table = static_cast<Slot *>(block);
+    std::uninitialized_fill_n(table, count, Slot{0, Empty});
+    return SlotBlock(table);
+}
 
 StagedImport::~StagedImport() = default;
 
@@ -132,9 +169,9 @@ bool StagedImport::readStore(sqlite3 *handle)
 
 StagedImport::Slot *StagedImport::slotOf(quint32 address)
 {
-    if (std::size_t(m_used + 1) * 2 > m_slots.size())
+    if (std::size_t(m_used + 1) * 2 > m_slotCount)
         grow();
-    const std::size_t mask = m_slots.size() - 1;
+    const std::size_t mask = m_slotCount - 1;
     for (std::size_t at = hashOf(address, mask);; at = (at + 1) & mask) {
         Slot &slot = m_slots[at];
         if (slot.entry == Empty || slot.address == address)
@@ -144,10 +181,12 @@ StagedImport::Slot *StagedImport::slotOf(quint32 address)
 
 void StagedImport::grow()
 {
-    std::vector<Slot> old(m_slots.size() * 2, Slot{0, Empty});
-    old.swap(m_slots);
-    const std::size_t mask = m_slots.size() - 1;
-    for (const Slot &slot : old) {
+    const std::size_t oldCount = m_slotCount;
+    SlotBlock old = std::exchange(m_slots, newSlots(oldCount * 2));
+    m_slotCount = oldCount * 2;
+    const std::size_t mask = m_slotCount - 1;
+    for (std::size_t i = 0; i < oldCount; ++i) {
+        const Slot &slot = old[i];
         if (slot.entry == Empty)
             continue;
         std::size_t at = hashOf(slot.address, mask);
@@ -212,31 +251,49 @@ bool StagedImport::write(sqlite3_stmt *upsert)
     std::sort(m_rows.begin(), m_rows.end(),
               [](const Row &a, const Row &b) { return a.order < b.order; });
     const char *const text = m_text.constData();
+    // The address is bound in place: the buffer holds it until the next row's is written there,
+    // after the step. A parameter already NULL from the row before is left as it is; most columns
+    // of most files are NULL on every row, and each bind is a call into SQLite.
     char ip[MaxAddressLength + 1];
+    bool boundNull[FieldCount + 2] = {};
+    auto bindNull = [&](int position) {
+        if (!boundNull[position]) {
+            sqlite3_bind_null(upsert, position);
+            boundNull[position] = true;
+        }
+    };
+    auto bindText = [&](int position, const char *value, int length) {
+        sqlite3_bind_text(upsert, position, value, length, SQLITE_STATIC);
+        boundNull[position] = false;
+    };
     for (const Row &row : m_rows) {
-        sqlite3_bind_text(upsert, 1, ip, formatAddress(row.address, ip), SQLITE_TRANSIENT);
+        bindText(1, ip, formatAddress(row.address, ip));
         // Text laid out as extra, name, description, location, contact; bound in column order.
         qsizetype at = row.text;
         const qint32 extraLength = row.lengths[FieldCount - 1];
         if (extraLength < 0) {
-            sqlite3_bind_null(upsert, FieldCount + 1);
+            bindNull(FieldCount + 1);
         } else {
-            sqlite3_bind_text(upsert, FieldCount + 1, text + at, extraLength, SQLITE_STATIC);
+            bindText(FieldCount + 1, text + at, extraLength);
             at += extraLength;
         }
         for (int field = 0; field < 4; ++field) {
             if (row.lengths[field] < 0) {
-                sqlite3_bind_null(upsert, field + 2);
+                bindNull(field + 2);
                 continue;
             }
-            sqlite3_bind_text(upsert, field + 2, text + at, row.lengths[field], SQLITE_STATIC);
+            bindText(field + 2, text + at, row.lengths[field]);
             at += row.lengths[field];
         }
         const int stepped = sqlite3_step(upsert);
         sqlite3_reset(upsert);
-        if (stepped != SQLITE_DONE)
+        if (stepped != SQLITE_DONE) {
+            sqlite3_clear_bindings(upsert);
             return false;
+        }
     }
+    // Nothing may point into this frame once it returns.
+    sqlite3_clear_bindings(upsert);
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringView>
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -73,6 +74,14 @@ private:
     Slot *slotOf(quint32 address);
     void grow();
 
+    // The address table's block: large ones on the system's big pages where it has them.
+    struct SlotBlockFree
+    {
+        void operator()(Slot *table) const;
+    };
+    using SlotBlock = std::unique_ptr<Slot[], SlotBlockFree>;
+    static SlotBlock newSlots(std::size_t count);
+
     static constexpr int FieldCount = 5;
     struct Row
     {
@@ -84,7 +93,8 @@ private:
     static constexpr qint32 Empty = -2;
     static constexpr qint32 InStore = -1;
 
-    std::vector<Slot> m_slots;
+    SlotBlock m_slots;
+    std::size_t m_slotCount = 0;
     qsizetype m_used = 0;
     std::vector<Row> m_rows;
     QByteArray m_text;
