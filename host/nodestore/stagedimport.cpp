@@ -5,13 +5,6 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <new>
-#include <utility>
-
-#if defined(__linux__)
-#include <sys/mman.h>
-#endif
 
 namespace NodeInventory {
 
@@ -49,10 +42,6 @@ std::optional<quint32> parseCanonical(const Char *text, qsizetype size)
         return std::nullopt;
     return address;
 }
-
-// Blocks from this size on are asked to lie on 2 MiB pages. A lookup lands anywhere in a table of
-// tens of megabytes; on 4 KiB pages nearly every one also misses the processor's page table cache.
-constexpr std::size_t BigPageBytes = std::size_t(2) << 20;
 
 // Fibonacci hashing: addresses that differ in their last parts spread over the whole table.
 std::size_t hashOf(quint32 address, std::size_t mask)
@@ -111,34 +100,8 @@ std::optional<quint32> canonicalAddress(const char *text, qsizetype size)
 }
 
 StagedImport::StagedImport()
-    : m_slots(newSlots(InitialSlots))
-    , m_slotCount(InitialSlots)
+    : m_slots(InitialSlots, Slot{0, Empty})
 {}
-
-void StagedImport::SlotBlockFree::operator()(Slot *table) const
-{
-    std::free(table);
-}
-
-StagedImport::SlotBlock StagedImport::newSlots(std::size_t count)
-{
-    const std::size_t bytes = count * sizeof(Slot);
-    void *block = nullptr;
-    if (bytes >= BigPageBytes) {
-        if (posix_memalign(&block, BigPageBytes, bytes) != 0)
-            throw std::bad_alloc();
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
-        madvise(block, bytes, MADV_HUGEPAGE); // advice only: small pages work as well, slower
-#endif
-    } else {
-        block = std::malloc(bytes);
-        if (!block)
-            throw std::bad_alloc();
-    }
-    Slot *const table = static_cast<Slot *>(block);
-    std::uninitialized_fill_n(table, count, Slot{0, Empty});
-    return SlotBlock(table);
-}
 
 StagedImport::~StagedImport() = default;
 
@@ -169,9 +132,9 @@ bool StagedImport::readStore(sqlite3 *handle)
 
 StagedImport::Slot *StagedImport::slotOf(quint32 address)
 {
-    if (std::size_t(m_used + 1) * 2 > m_slotCount)
+    if (std::size_t(m_used + 1) * 2 > m_slots.size())
         grow();
-    const std::size_t mask = m_slotCount - 1;
+    const std::size_t mask = m_slots.size() - 1;
     for (std::size_t at = hashOf(address, mask);; at = (at + 1) & mask) {
         Slot &slot = m_slots[at];
         if (slot.entry == Empty || slot.address == address)
@@ -181,12 +144,10 @@ StagedImport::Slot *StagedImport::slotOf(quint32 address)
 
 void StagedImport::grow()
 {
-    const std::size_t oldCount = m_slotCount;
-    SlotBlock old = std::exchange(m_slots, newSlots(oldCount * 2));
-    m_slotCount = oldCount * 2;
-    const std::size_t mask = m_slotCount - 1;
-    for (std::size_t i = 0; i < oldCount; ++i) {
-        const Slot &slot = old[i];
+    std::vector<Slot> old(m_slots.size() * 2, Slot{0, Empty});
+    old.swap(m_slots);
+    const std::size_t mask = m_slots.size() - 1;
+    for (const Slot &slot : old) {
         if (slot.entry == Empty)
             continue;
         std::size_t at = hashOf(slot.address, mask);
@@ -250,12 +211,11 @@ bool StagedImport::write(sqlite3_stmt *upsert, sqlite3_stmt *batch, int batchRow
         row.order = textOrder(row.address);
     std::sort(m_rows.begin(), m_rows.end(),
               [](const Row &a, const Row &b) { return a.order < b.order; });
-    if (!batch)
-        batchRows = 0;
-    batchRows = std::max(batchRows, 1);
-
     // Each step of a statement costs SQLite about as much as the rows it writes (cursors opened
     // and closed, the statement started and ended), so most rows go in steps of many.
+    if (!batch || batchRows < 2)
+        batchRows = 1;
+
     // The addresses are bound in place, each in its own buffer until the step has read it. A
     // parameter already NULL from the step before is left as it is: most columns of most files
     // are NULL on every row, and each bind is a call into SQLite.

@@ -4,7 +4,6 @@
 #include <QString>
 #include <QStringView>
 
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -79,14 +78,6 @@ private:
     Slot *slotOf(quint32 address);
     void grow();
 
-    // The address table's block: large ones on the system's big pages where it has them.
-    struct SlotBlockFree
-    {
-        void operator()(Slot *table) const;
-    };
-    using SlotBlock = std::unique_ptr<Slot[], SlotBlockFree>;
-    static SlotBlock newSlots(std::size_t count);
-
     static constexpr int FieldCount = 5;
     struct Row
     {
@@ -98,8 +89,7 @@ private:
     static constexpr qint32 Empty = -2;
     static constexpr qint32 InStore = -1;
 
-    SlotBlock m_slots;
-    std::size_t m_slotCount = 0;
+    std::vector<Slot> m_slots;
     qsizetype m_used = 0;
     std::vector<Row> m_rows;
     QByteArray m_text;
