@@ -39,6 +39,25 @@ constexpr int SqliteLocked = 6;
 constexpr qint64 StagingRatio = 4;
 // Columns of a row kept on the stack while it is read.
 constexpr int TypicalColumns = 16;
+// Rows a step of a large import's writes.
+constexpr int UpsertBatchRows = 64;
+
+constexpr char UpdateOnConflict[]
+    = "ON CONFLICT (ip) DO UPDATE SET name = excluded.name, description = excluded.description, "
+      "location = excluded.location, contact = excluded.contact, extra = excluded.extra";
+
+// An insert of `rows` rows, each its ip, name, description, location, contact and extra, then
+// what to do when an address is there already.
+QByteArray insertSql(int rows, const char *onConflict)
+{
+    static_assert(StagedImport::ParametersPerRow == 6);
+    QByteArray sql = "INSERT INTO nodes (ip, name, description, location, contact, extra) VALUES ";
+    for (int row = 0; row < rows; ++row)
+        sql += row == 0 ? "(?, ?, ?, ?, ?, ?)" : ", (?, ?, ?, ?, ?, ?)";
+    sql += ' ';
+    sql += onConflict;
+    return sql;
+}
 
 // True when `text` goes into a JSON string as its UTF-8 bytes alone, as QJsonDocument writes it.
 bool isPlainJson(QStringView text)
@@ -274,15 +293,8 @@ bool NodeStore::prepareStatements(QSqlDatabase &db)
                       "connection handle."_s.arg(m_path);
         return false;
     }
-    static constexpr char columns[]
-        = "INSERT INTO nodes (ip, name, description, location, contact, extra) VALUES (?, ?, ?, ?, "
-          "?, ?) ";
-    const QByteArray upsert
-        = QByteArray(columns)
-          + "ON CONFLICT (ip) DO UPDATE SET name = excluded.name, description = "
-            "excluded.description, location = excluded.location, contact = excluded.contact, "
-            "extra = excluded.extra";
-    const QByteArray insertNew = QByteArray(columns) + "ON CONFLICT (ip) DO NOTHING";
+    const QByteArray upsert = insertSql(1, UpdateOnConflict);
+    const QByteArray insertNew = insertSql(1, "ON CONFLICT (ip) DO NOTHING");
     if (sqlite3_prepare_v3(m_handle, upsert.constData(), int(upsert.size()),
                            SQLITE_PREPARE_PERSISTENT, &m_upsert, nullptr)
             != SQLITE_OK
@@ -321,11 +333,21 @@ bool NodeStore::commit()
         return true;
     // Held-back rows are written now; on failure the transaction stays open for the rollback.
     if (m_staging) {
-        if (!m_staging->write(m_upsert)) {
+        // Most rows go many to a step; should SQLite refuse that statement, one by one.
+        const QByteArray batchSql = insertSql(UpsertBatchRows, UpdateOnConflict);
+        sqlite3_stmt *batch = nullptr;
+        if (sqlite3_prepare_v2(m_handle, batchSql.constData(), int(batchSql.size()), &batch,
+                               nullptr)
+            != SQLITE_OK)
+            batch = nullptr;
+        const bool written = m_staging->write(m_upsert, batch, UpsertBatchRows);
+        if (!written) {
             m_lastError = u"The node store %1 could not save the import: %2"_s.arg(m_path,
                                                                                   sqliteError());
-            return false;
         }
+        sqlite3_finalize(batch);
+        if (!written)
+            return false;
         m_staging.reset();
     }
     sqlite3 *handle = m_handle;

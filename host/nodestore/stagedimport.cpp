@@ -203,7 +203,7 @@ void StagedImport::stage(const Place &place, const QString (&fields)[4], qsizety
     m_rows.push_back(row);
 }
 
-bool StagedImport::write(sqlite3_stmt *upsert)
+bool StagedImport::write(sqlite3_stmt *upsert, sqlite3_stmt *batch, int batchRows)
 {
     // The rows themselves are sorted, not an index to them: walked in place afterwards, each row
     // is next to the one before in memory, where an index would send every step to a random page.
@@ -211,33 +211,82 @@ bool StagedImport::write(sqlite3_stmt *upsert)
         row.order = textOrder(row.address);
     std::sort(m_rows.begin(), m_rows.end(),
               [](const Row &a, const Row &b) { return a.order < b.order; });
+    // Each step of a statement costs SQLite about as much as the rows it writes (cursors opened
+    // and closed, the statement started and ended), so most rows go in steps of many.
+    if (!batch || batchRows < 2)
+        batchRows = 1;
+
+    // The addresses are bound in place, each in its own buffer until the step has read it. A
+    // parameter already NULL from the step before is left as it is: most columns of most files
+    // are NULL on every row, and each bind is a call into SQLite.
+    struct Binder
+    {
+        sqlite3_stmt *statement;
+        std::vector<char> ips;
+        std::vector<bool> null;
+    };
+    Binder binders[2] = {
+        {upsert, std::vector<char>(MaxAddressLength + 1), std::vector<bool>(ParametersPerRow + 1)},
+        {batch, std::vector<char>(std::size_t(batchRows) * (MaxAddressLength + 1)),
+         std::vector<bool>(std::size_t(batchRows) * ParametersPerRow + 1)},
+    };
     const char *const text = m_text.constData();
-    char ip[MaxAddressLength + 1];
-    for (const Row &row : m_rows) {
-        sqlite3_bind_text(upsert, 1, ip, formatAddress(row.address, ip), SQLITE_TRANSIENT);
+    auto bindRow = [text](Binder &binder, int index, const Row &row) {
+        const int base = index * ParametersPerRow;
+        auto bindNull = [&](int position) {
+            if (!binder.null[std::size_t(base + position)]) {
+                sqlite3_bind_null(binder.statement, base + position);
+                binder.null[std::size_t(base + position)] = true;
+            }
+        };
+        auto bindText = [&](int position, const char *value, int length) {
+            sqlite3_bind_text(binder.statement, base + position, value, length, SQLITE_STATIC);
+            binder.null[std::size_t(base + position)] = false;
+        };
+        char *const ip = binder.ips.data() + std::size_t(index) * (MaxAddressLength + 1);
+        bindText(1, ip, formatAddress(row.address, ip));
         // Text laid out as extra, name, description, location, contact; bound in column order.
         qsizetype at = row.text;
         const qint32 extraLength = row.lengths[FieldCount - 1];
         if (extraLength < 0) {
-            sqlite3_bind_null(upsert, FieldCount + 1);
+            bindNull(FieldCount + 1);
         } else {
-            sqlite3_bind_text(upsert, FieldCount + 1, text + at, extraLength, SQLITE_STATIC);
+            bindText(FieldCount + 1, text + at, extraLength);
             at += extraLength;
         }
         for (int field = 0; field < 4; ++field) {
             if (row.lengths[field] < 0) {
-                sqlite3_bind_null(upsert, field + 2);
+                bindNull(field + 2);
                 continue;
             }
-            sqlite3_bind_text(upsert, field + 2, text + at, row.lengths[field], SQLITE_STATIC);
+            bindText(field + 2, text + at, row.lengths[field]);
             at += row.lengths[field];
         }
-        const int stepped = sqlite3_step(upsert);
-        sqlite3_reset(upsert);
-        if (stepped != SQLITE_DONE)
-            return false;
+    };
+    auto step = [](sqlite3_stmt *statement) {
+        const int stepped = sqlite3_step(statement);
+        sqlite3_reset(statement);
+        return stepped == SQLITE_DONE;
+    };
+
+    bool written = true;
+    const std::size_t rows = m_rows.size();
+    const std::size_t batched = batchRows > 1 ? rows - rows % std::size_t(batchRows) : 0;
+    for (std::size_t first = 0; written && first < batched; first += std::size_t(batchRows)) {
+        for (int index = 0; index < batchRows; ++index)
+            bindRow(binders[1], index, m_rows[first + std::size_t(index)]);
+        written = step(batch);
     }
-    return true;
+    for (std::size_t at = batched; written && at < rows; ++at) {
+        bindRow(binders[0], 0, m_rows[at]);
+        written = step(upsert);
+    }
+    // Nothing may point into this frame once it returns.
+    for (const Binder &binder : binders) {
+        if (binder.statement)
+            sqlite3_clear_bindings(binder.statement);
+    }
+    return written;
 }
 
 } // namespace NodeInventory

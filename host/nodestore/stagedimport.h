@@ -62,10 +62,15 @@ public:
     /// The text buffer the caller appends a row's extra column to, before `stage`.
     QByteArray &text() { return m_text; }
 
-    /// Steps `upsert` (ip, name, description, location, contact, extra) once for every staged
-    /// address, in the index's order. False at the first row SQLite refuses. It ends the staging
-    /// (the rows are reordered): the transaction is committed or rolled back next.
-    bool write(sqlite3_stmt *upsert);
+    /// Hands every staged address to the upserts (ip, name, description, location, contact,
+    /// extra) in the index's order: `batch`, when given, takes `batchRows` rows a step (its
+    /// parameters those six for each row in turn), `upsert` one row a step for the rest. False at
+    /// the first step SQLite refuses. It ends the staging (the rows are reordered): the
+    /// transaction is committed or rolled back next.
+    bool write(sqlite3_stmt *upsert, sqlite3_stmt *batch = nullptr, int batchRows = 0);
+
+    /// Parameters of each row in the upserts `write` steps.
+    static constexpr int ParametersPerRow = 6;
 
     qsizetype size() const { return qsizetype(m_rows.size()); }
 

@@ -6,7 +6,6 @@
 
 #include <QString>
 #include <QVariant>
-#include <memory>
 
 namespace MGImport8 {
 
@@ -33,11 +32,12 @@ public:
 private:
     friend class LibraryAccess;
     friend class ImportRow;
-    explicit ImportColumn(QObject *parent = nullptr);
+    struct Private;
+    struct Block;
+    ImportColumn(Private &data, QObject *parent);
     void setColumn(const QString &Column);
 
-    struct Private;
-    std::unique_ptr<Private> d;
+    Private *d; // in the same allocation as the object: every column is made as a Block
 };
 
 } // namespace MGImport8

@@ -11,9 +11,21 @@ struct ImportColumn::Private
     QVariant data;
 };
 
-ImportColumn::ImportColumn(QObject *parent)
+// A row can hand out millions of columns in an import: the object and its data are made and
+// freed as one block instead of two.
+struct ImportColumn::Block final : ImportColumn
+{
+    Block(const QString &column, QVariant value, QObject *parent)
+        : ImportColumn(data, parent)
+        , data{column, std::move(value)}
+    {}
+
+    Private data;
+};
+
+ImportColumn::ImportColumn(Private &data, QObject *parent)
     : QObject(parent)
-    , d(std::make_unique<Private>())
+    , d(&data)
 {}
 
 ImportColumn::~ImportColumn() = default;
@@ -75,9 +87,8 @@ ImportColumn *ImportRow::columnAt(qsizetype index) const
 {
     Private::Cell &cell = d->cells[index];
     if (!cell.object) {
-        cell.object = new ImportColumn(const_cast<ImportRow *>(this));
-        cell.object->d->column = cell.name;
-        cell.object->d->data = std::exchange(cell.data, QVariant());
+        cell.object = new ImportColumn::Block(cell.name, std::exchange(cell.data, QVariant()),
+                                              const_cast<ImportRow *>(this));
     }
     return cell.object;
 }

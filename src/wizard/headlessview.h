@@ -1,8 +1,9 @@
 #pragma once
 
+#include "common/coarsetimer.h"
+
 #include "wizard/wizardview.h"
 
-#include <QElapsedTimer>
 #include <QList>
 #include <QString>
 
@@ -75,7 +76,7 @@ private:
     QString m_fileDialogTitle;
     QString m_fileDialogPattern;
     int m_yieldInterval = 0;
-    QElapsedTimer m_sinceYield;
+    CoarseTimer m_sinceYield;
     bool m_busy = false;
     int m_stateChanges = 0;
     bool m_closed = false;

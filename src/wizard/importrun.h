@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QElapsedTimer>
+#include "common/coarsetimer.h"
+
 #include <QString>
 
 #include <functional>
@@ -66,7 +67,7 @@ private:
     WizardState &m_state;
     const bool &m_cancelled;
     std::function<void()> m_notify;
-    QElapsedTimer m_sinceNotify;
+    CoarseTimer m_sinceNotify;
     bool m_statusPending = false;
     int m_imported = 0;
     int m_skipped = 0;

@@ -15,6 +15,7 @@
 #include <MGImport8/ipaddress.h>
 
 #include <QFile>
+#include <QMap>
 #include <QProcess>
 #include <QSqlDatabase>
 #include <QSqlQuery>
@@ -192,6 +193,34 @@ TEST_F(ImportFaults, StoreHeldPastTheWaitFailsTheImport)
     }
     QSqlDatabase::removeDatabase(u"holder"_s);
     EXPECT_EQ(snapshot(store), before);
+}
+
+// A large import holds its rows back and writes them in address order, many rows to a step: the
+// store ends as the rows one after another would leave it, for new, known and repeated addresses.
+TEST_F(ImportFaults, HeldBackRowsLandAsOneByOneWrites)
+{
+    QMap<QString, QString> expected; // in the order `snapshot` reads: the addresses' text order
+    for (const QString &node : before)
+        expected.insert(node.section(u'|', 0, 0), node.section(u'|', 1));
+    const QStringList known = expected.keys();
+    QByteArray text;
+    for (int i = 0; i < 1000; ++i) {
+        // Addresses come back every 300 rows, one row in 50 is a node already in the store, and
+        // every third name is empty.
+        const QString ip = i % 50 == 0 ? known.at(i / 50 % known.size())
+                                       : u"10.60.%1.%2"_s.arg(i % 300 / 100).arg(i % 100);
+        const QString name = i % 3 == 0 ? QString() : u"n%1"_s.arg(i);
+        text += name.toUtf8() + ',' + ip.toUtf8() + '\n';
+        expected.insert(ip, name);
+    }
+    QProcess child;
+    child.start(tool, importArguments(store, folder.write(u"many.csv"_s, text)));
+    const Finished finished = finish(child);
+    ASSERT_EQ(finished.status, 0) << finished.err.toStdString();
+    QStringList rows;
+    for (auto it = expected.cbegin(); it != expected.cend(); ++it)
+        rows.append(it.key() + u'|' + it.value());
+    EXPECT_EQ(snapshot(store), rows);
 }
 
 // The store tells a new address from a known one by the row id its single upsert returns, also
