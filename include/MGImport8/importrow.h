@@ -15,7 +15,8 @@ class LibraryAccess;
 
 /// One imported row as the host receives it in `Engine::NewRow`: an ordered collection of
 /// `ImportColumn`s keyed by column name (keys compare without regard to case). The row owns its
-/// columns; a column taken out with `Remove` is destroyed. A column object is made the first time
+/// columns and destroys them with itself, though they are not its QObject children (`parent()` is
+/// null); a column taken out with `Remove` is destroyed. A column object is made the first time
 /// a host asks for it (`Item` or iteration) and lives as long as the row.
 class MGIMPORT8_EXPORT ImportRow : public QObject
 {
