@@ -6,8 +6,11 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 
 #include <algorithm>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -70,16 +73,36 @@ NodeFields nodeFieldsOf(const MGImport8::ImportRow &row, const QString &ipColumn
     return fields;
 }
 
-void sortByAddress(QList<Node> &nodes)
+QList<Node> readNodes(const QString &connection)
 {
-    auto key = [](const QString &ip) {
-        quint32 value = 0;
-        for (QStringView part : QStringView(ip).split(u'.'))
-            value = value << 8 | part.toUInt();
-        return value;
-    };
-    std::stable_sort(nodes.begin(), nodes.end(),
-                     [&](const Node &a, const Node &b) { return key(a.ip) < key(b.ip); });
+    QList<Node> result;
+    QSqlQuery query(QSqlDatabase::database(connection, false));
+    if (!query.exec(u"SELECT ip, name, description, location, contact, extra FROM nodes"_s))
+        return result;
+    // Each address is read into its number once, not at every comparison of the sort.
+    std::vector<std::pair<quint32, Node>> keyed;
+    while (query.next()) {
+        Node node{query.value(0).toString(), query.value(1).toString(), query.value(2).toString(),
+                  query.value(3).toString(), query.value(4).toString(), query.value(5).toString()};
+        quint32 key = 0;
+        for (QStringView part : QStringView(node.ip).split(u'.'))
+            key = key << 8 | part.toUInt();
+        keyed.emplace_back(key, std::move(node));
+    }
+    std::stable_sort(keyed.begin(), keyed.end(),
+                     [](const auto &a, const auto &b) { return a.first < b.first; });
+    result.reserve(qsizetype(keyed.size()));
+    for (auto &[key, node] : keyed)
+        result.append(std::move(node));
+    return result;
+}
+
+int countNodes(const QString &connection)
+{
+    QSqlQuery query(QSqlDatabase::database(connection, false));
+    if (!query.exec(u"SELECT COUNT(*) FROM nodes"_s) || !query.next())
+        return 0;
+    return query.value(0).toInt();
 }
 
 } // namespace NodeInventory

@@ -85,7 +85,10 @@ struct NodeFields
 };
 NodeFields nodeFieldsOf(const MGImport8::ImportRow &row, const QString &ipColumn);
 
-/// Orders nodes by address as a person reads it, not as text.
-void sortByAddress(QList<Node> &nodes);
+/// Every node of the store that the named Qt SQL connection reaches, ordered by address as a
+/// person reads it, not as text; nothing when the table cannot be read.
+QList<Node> readNodes(const QString &connection);
+/// The number of nodes the named Qt SQL connection's store holds; 0 when it cannot be read.
+int countNodes(const QString &connection);
 
 } // namespace NodeInventory

@@ -336,14 +336,13 @@ bool NodeStore::commit()
         // Most rows go many to a step; should SQLite refuse that statement, one by one.
         const QByteArray batchSql = insertSql(UpsertBatchRows, UpdateOnConflict);
         sqlite3_stmt *batch = nullptr;
-        if (sqlite3_prepare_v2(m_handle, batchSql.constData(), int(batchSql.size()), &batch,
-                               nullptr)
+        if (sqlite3_prepare_v2(m_handle, batchSql.constData(), int(batchSql.size()), &batch, nullptr)
             != SQLITE_OK)
             batch = nullptr;
         const bool written = m_staging->write(m_upsert, batch, UpsertBatchRows);
         if (!written) {
             m_lastError = u"The node store %1 could not save the import: %2"_s.arg(m_path,
-                                                                                  sqliteError());
+                                                                                   sqliteError());
         }
         sqlite3_finalize(batch);
         if (!written)
@@ -566,33 +565,12 @@ NodeStore::Applied NodeStore::apply(const MGImport8::ImportRow &row, const QStri
 
 QList<Node> NodeStore::nodes() const
 {
-    QList<Node> result;
-    QSqlQuery query(QSqlDatabase::database(m_connection, false));
-    // Sorted by address as a person reads it, not as text.
-    if (!query.exec(u"SELECT ip, name, description, location, contact, extra FROM nodes"_s))
-        return result;
-    while (query.next()) {
-        result.append({query.value(0).toString(), query.value(1).toString(),
-                       query.value(2).toString(), query.value(3).toString(),
-                       query.value(4).toString(), query.value(5).toString()});
-    }
-    auto key = [](const QString &ip) {
-        quint32 value = 0;
-        for (QStringView part : QStringView(ip).split(u'.'))
-            value = value << 8 | part.toUInt();
-        return value;
-    };
-    std::sort(result.begin(), result.end(),
-              [&](const Node &a, const Node &b) { return key(a.ip) < key(b.ip); });
-    return result;
+    return readNodes(m_connection);
 }
 
 int NodeStore::count() const
 {
-    QSqlQuery query(QSqlDatabase::database(m_connection, false));
-    if (!query.exec(u"SELECT COUNT(*) FROM nodes"_s) || !query.next())
-        return 0;
-    return query.value(0).toInt();
+    return countNodes(m_connection);
 }
 
 } // namespace NodeInventory

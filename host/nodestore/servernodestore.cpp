@@ -413,25 +413,12 @@ ServerNodeStore::Applied ServerNodeStore::apply(const MGImport8::ImportRow &row,
 
 QList<Node> ServerNodeStore::nodes() const
 {
-    QList<Node> result;
-    QSqlQuery query(QSqlDatabase::database(m_connection, false));
-    if (!query.exec(u"SELECT %1 FROM nodes"_s.arg(NodeColumns)))
-        return result;
-    while (query.next()) {
-        result.append({query.value(0).toString(), query.value(1).toString(),
-                       query.value(2).toString(), query.value(3).toString(),
-                       query.value(4).toString(), query.value(5).toString()});
-    }
-    sortByAddress(result);
-    return result;
+    return readNodes(m_connection);
 }
 
 int ServerNodeStore::count() const
 {
-    QSqlQuery query(QSqlDatabase::database(m_connection, false));
-    if (!query.exec(u"SELECT COUNT(*) FROM nodes"_s) || !query.next())
-        return 0;
-    return query.value(0).toInt();
+    return countNodes(m_connection);
 }
 
 bool ServerNodeStore::grantInventoryRights(const QString &account)
