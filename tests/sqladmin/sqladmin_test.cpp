@@ -10,7 +10,7 @@
 #include <MGImport8/sqladmin.h>
 
 #include "common/connectionstring.h"
-#include "common/specialfolders.h"
+#include "common/shellfolders.h"
 #include "sqladmin/admin/sqladmin_p.h"
 #include "sqladmin/connectiontranslator.h"
 #include "sqladmin/qtsession.h"

@@ -1,7 +1,7 @@
 #include "sqladmin/admin/sqladmin_p.h"
 
 #include "common/registry.h"
-#include "common/specialfolders.h"
+#include "common/shellfolders.h"
 #include "sqladmin/connectiontranslator.h"
 
 #include <QDir>

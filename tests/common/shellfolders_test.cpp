@@ -1,6 +1,6 @@
 // GetSpecialFolder: user folders follow the XDG variables, unknown codes give nothing, and the
 //   install prefix is found above lib/ or lib/<multiarch> but not from unrelated folders.
-#include "common/specialfolders.h"
+#include "common/shellfolders.h"
 
 #include "testsupport.h"
 

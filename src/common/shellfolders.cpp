@@ -1,4 +1,4 @@
-#include "common/specialfolders.h"
+#include "common/shellfolders.h"
 
 #include "common/componentfolder.h"
 #include "common/texthelpers.h"
