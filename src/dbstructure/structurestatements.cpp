@@ -1,6 +1,7 @@
 #include "dbstructure/structurestatements.h"
 
 #include "dbstructure/columnspelling.h"
+#include "sqladmin/nameguard.h"
 
 using namespace Qt::StringLiterals;
 
@@ -16,12 +17,7 @@ QString nullRule(bool allowNulls)
 class PostgresStatements : public StructureStatements
 {
 public:
-    QString quote(const QString &name) const override
-    {
-        QString escaped = name;
-        escaped.replace(u"\""_s, u"\"\""_s);
-        return u'"' + escaped + u'"';
-    }
+    QString quote(const QString &name) const override { return SqlAdmin::quotedIdentifier(name); }
     QStringList addColumn(const SqlAdmin::ObjectName &t, const ColumnTemplate &c) const override
     {
         QString text = u"ALTER TABLE "_s + table(t) + u" ADD COLUMN "_s + quote(c.name) + u' '
@@ -97,9 +93,7 @@ class SqlServerStatements : public StructureStatements
 public:
     QString quote(const QString &name) const override
     {
-        QString escaped = name;
-        escaped.replace(u"]"_s, u"]]"_s);
-        return u'[' + escaped + u']';
+        return SqlAdmin::bracketedIdentifier(name);
     }
     QStringList addColumn(const SqlAdmin::ObjectName &t, const ColumnTemplate &c) const override
     {

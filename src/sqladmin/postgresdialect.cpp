@@ -1,4 +1,5 @@
 #include "sqladmin/dialect.h"
+#include "sqladmin/nameguard.h"
 
 #include <QCryptographicHash>
 #include <QMessageAuthenticationCode>
@@ -209,12 +210,7 @@ public:
                u"am.roleid = r.oid LEFT JOIN pg_roles m ON m.oid = am.member WHERE NOT "
                u"r.rolcanlogin AND r.rolname NOT LIKE 'pg\\_%' ORDER BY r.oid, m.rolname"_s;
     }
-    QString quoteName(const QString &name) const override
-    {
-        QString escaped = name;
-        escaped.replace(u"\""_s, u"\"\""_s);
-        return u'"' + escaped + u'"';
-    }
+    QString quoteName(const QString &name) const override { return quotedIdentifier(name); }
     // The escape form reads backslashes the same whatever standard_conforming_strings says.
     QString quoteLiteral(const QString &text) const override
     {

@@ -1,4 +1,5 @@
 #include "sqladmin/dialect.h"
+#include "sqladmin/nameguard.h"
 
 using namespace Qt::StringLiterals;
 
@@ -119,12 +120,7 @@ public:
                u"sys.database_principals m ON m.principal_id = rm.member_principal_id WHERE "
                u"r.type = 'R' ORDER BY r.principal_id, m.name"_s;
     }
-    QString quoteName(const QString &name) const override
-    {
-        QString escaped = name;
-        escaped.replace(u"]"_s, u"]]"_s);
-        return u'[' + escaped + u']';
-    }
+    QString quoteName(const QString &name) const override { return bracketedIdentifier(name); }
     QString quoteLiteral(const QString &text) const override
     {
         QString escaped = text;
