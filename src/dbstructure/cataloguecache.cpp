@@ -166,19 +166,8 @@ Result<bool> CatalogueCache::readWholeDatabase()
         table.key.clustered = row.value(3).toBool();
         table.key.columns.append(row.value(4).toString());
     }
-    for (const SqlAdmin::Row &row : std::as_const(indexes.value())) {
-        QList<SqlAdmin::IndexInfo> &list = at(row).indexes;
-        const QString name = row.value(2).toString();
-        if (list.isEmpty() || list.last().name != name) {
-            SqlAdmin::IndexInfo index;
-            index.name = name;
-            index.primaryKey = row.value(3).toBool();
-            index.unique = row.value(4).toBool();
-            index.clustered = row.value(5).toBool();
-            list.append(index);
-        }
-        list.last().columns.append(row.value(6).toString());
-    }
+    for (const SqlAdmin::Row &row : std::as_const(indexes.value()))
+        SqlAdmin::addIndexRow(at(row).indexes, row, 2);
     return true;
 }
 

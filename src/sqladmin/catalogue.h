@@ -4,6 +4,7 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <QVariantList>
 
 namespace MGImport8::SqlAdmin {
 
@@ -48,6 +49,23 @@ struct IndexInfo
     /// True for the index that backs the primary key.
     bool primaryKey = false;
 };
+
+/// Folds one row of an index catalogue read into `indexes`. From column `first` the row holds
+/// the index's name, primary key, unique and clustered flags and one key column; the rows of an
+/// index come together and in key order.
+inline void addIndexRow(QList<IndexInfo> &indexes, const QVariantList &row, int first)
+{
+    const QString name = row.value(first).toString();
+    if (indexes.isEmpty() || indexes.last().name != name) {
+        IndexInfo index;
+        index.name = name;
+        index.primaryKey = row.value(first + 1).toBool();
+        index.unique = row.value(first + 2).toBool();
+        index.clustered = row.value(first + 3).toBool();
+        indexes.append(index);
+    }
+    indexes.last().columns.append(row.value(first + 4).toString());
+}
 
 /// A view or a user-defined function.
 struct RoutineInfo

@@ -119,18 +119,8 @@ Result<QList<IndexInfo>> SQLDatabase::indexes(const ObjectName &table)
         return Error{rows.error()};
     // One row per key column, the columns of an index together and in key order.
     QList<IndexInfo> indexes;
-    for (const Row &row : std::as_const(rows.value())) {
-        const QString name = row.value(0).toString();
-        if (indexes.isEmpty() || indexes.last().name != name) {
-            IndexInfo index;
-            index.name = name;
-            index.primaryKey = row.value(1).toBool();
-            index.unique = row.value(2).toBool();
-            index.clustered = row.value(3).toBool();
-            indexes.append(index);
-        }
-        indexes.last().columns.append(row.value(4).toString());
-    }
+    for (const Row &row : std::as_const(rows.value()))
+        addIndexRow(indexes, row, 0);
     return indexes;
 }
 
